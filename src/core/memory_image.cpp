@@ -1,0 +1,111 @@
+#include "core/memory_image.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace velmora {
+
+void MemoryImage::InitImage() {
+  for (auto& entry : segments_) entry.reset();
+  for (int32_t seg = 0; seg < 4; ++seg) segment(seg * kSegmentSize);
+}
+
+MemoryImage::Segment* MemoryImage::segment(int32_t address) {
+  if (!InRange(address)) {
+    ++rangeErrors_;
+    return nullptr;
+  }
+  auto& entry = segments_[static_cast<size_t>(SegmentOf(address))];
+  if (!entry) entry = std::make_unique<Segment>();
+  return entry.get();
+}
+
+void MemoryImage::SetByte(int32_t address, uint8_t value) {
+  if (Segment* seg = segment(address)) seg->data[static_cast<size_t>(address & 0xFFFF)] = value;
+}
+
+uint8_t MemoryImage::GetByte(int32_t address) {
+  const Segment* seg = segment(address);
+  return seg ? seg->data[static_cast<size_t>(address & 0xFFFF)] : 0;
+}
+
+uint8_t MemoryImage::flags(int32_t address) {
+  const Segment* seg = segment(address);
+  return seg ? seg->state[static_cast<size_t>(address & 0xFFFF)] : 0;
+}
+
+void MemoryImage::setFlag(int32_t address, uint8_t bit, bool on) {
+  Segment* seg = segment(address);
+  if (!seg) return;
+  uint8_t& state = seg->state[static_cast<size_t>(address & 0xFFFF)];
+  state = on ? static_cast<uint8_t>(state | bit) : static_cast<uint8_t>(state & ~bit);
+}
+
+template <typename Visit>
+void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) {
+  if (count == 0) return;
+  const int64_t first = address;
+  const int64_t last = first + static_cast<int64_t>(count) - 1;
+  if (first < 0 || last > 0xFFFFFF) ++rangeErrors_;
+  int64_t at = std::max<int64_t>(first, 0);
+  const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
+  while (at <= end) {
+    const auto offset = static_cast<size_t>(at & 0xFFFF);
+    const size_t length = std::min<size_t>(kSegmentSize - offset, static_cast<size_t>(end - at + 1));
+    Segment* seg = segment(static_cast<int32_t>(at));
+    visit(*seg, offset, static_cast<size_t>(at - first), length);
+    at += static_cast<int64_t>(length);
+  }
+}
+
+void MemoryImage::StoreLoaded(int32_t address, std::span<const uint8_t> bytes) {
+  forEachPiece(address, bytes.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
+    std::memcpy(seg.data.data() + offset, bytes.data() + index, n);
+    uint8_t* state = seg.state.data() + offset;
+    for (size_t i = 0; i < n; ++i) state[i] = static_cast<uint8_t>((state[i] & ~kValid) | kDefined);
+  });
+}
+
+void MemoryImage::StoreFromTarget(int32_t address, std::span<const uint8_t> bytes) {
+  forEachPiece(address, bytes.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
+    std::memcpy(seg.data.data() + offset, bytes.data() + index, n);
+    uint8_t* state = seg.state.data() + offset;
+    for (size_t i = 0; i < n; ++i) state[i] = static_cast<uint8_t>(state[i] | kDefined | kValid);
+  });
+}
+
+void MemoryImage::ReadBytes(int32_t address, std::span<uint8_t> out) {
+  std::fill(out.begin(), out.end(), uint8_t{0});
+  forEachPiece(address, out.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
+    std::memcpy(out.data() + index, seg.data.data() + offset, n);
+  });
+}
+
+void MemoryImage::ReadFlags(int32_t address, std::span<uint8_t> out) {
+  std::fill(out.begin(), out.end(), uint8_t{0});
+  forEachPiece(address, out.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
+    std::memcpy(out.data() + index, seg.state.data() + offset, n);
+  });
+}
+
+void MemoryImage::ChangeFlags(int32_t address, size_t count, uint8_t flagBits, bool on) {
+  forEachPiece(address, count, [&](Segment& seg, size_t offset, size_t, size_t n) {
+    uint8_t* state = seg.state.data() + offset;
+    for (size_t i = 0; i < n; ++i) {
+      state[i] = on ? static_cast<uint8_t>(state[i] | flagBits)
+                    : static_cast<uint8_t>(state[i] & ~flagBits);
+    }
+  });
+}
+
+bool MemoryImage::IsAllocated(int segmentIndex) const {
+  return segmentIndex >= 0 && segmentIndex < kSegmentCount &&
+         segments_[static_cast<size_t>(segmentIndex)] != nullptr;
+}
+
+int MemoryImage::AllocatedSegmentCount() const {
+  return static_cast<int>(
+      std::count_if(segments_.begin(), segments_.end(), [](const auto& s) { return s != nullptr; }));
+}
+
+}  // namespace velmora

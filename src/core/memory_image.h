@@ -1,0 +1,81 @@
+// The host's copy of the target's 24-bit address space, with three flags per byte.
+//
+// Storage is 256 segments of 64 KB, allocated zero-filled on first access, so a run that
+// touches a few areas keeps a few segments. Addresses outside 0..FFFFFF are a caller's
+// mistake: writes store nothing, reads give 0, and RangeErrors() counts them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace velmora {
+
+enum ByteFlag : uint8_t {
+  kDefined = 1,    // the image holds a value for the byte
+  kProtected = 2,  // the byte belongs to the monitor's area in target memory
+  kValid = 4,      // the value is known to agree with target memory
+};
+
+class MemoryImage {
+ public:
+  static constexpr int kSegmentCount = 256;
+  static constexpr int32_t kSegmentSize = 0x10000;
+
+  MemoryImage() = default;
+  MemoryImage(const MemoryImage&) = delete;
+  MemoryImage& operator=(const MemoryImage&) = delete;
+
+  static bool InRange(int32_t address) { return address >= 0 && address <= 0xFFFFFF; }
+  static int SegmentOf(int32_t address) { return address >> 16; }
+
+  // Frees every segment, then allocates segments 0 to 3 (addresses 0 to 3FFFF).
+  void InitImage();
+
+  void SetByte(int32_t address, uint8_t value);
+  uint8_t GetByte(int32_t address);
+
+  void SetDefined(int32_t address, bool on) { setFlag(address, kDefined, on); }
+  bool IsDefined(int32_t address) { return (flags(address) & kDefined) != 0; }
+  void SetProtected(int32_t address, bool on) { setFlag(address, kProtected, on); }
+  bool IsProtected(int32_t address) { return (flags(address) & kProtected) != 0; }
+  void SetValid(int32_t address, bool on) { setFlag(address, kValid, on); }
+  bool IsValid(int32_t address) { return (flags(address) & kValid) != 0; }
+  uint8_t Flags(int32_t address) { return flags(address); }
+
+  // Bulk forms for readers, writers and transfers. Each works segment by segment and
+  // ignores the part of the range that lies outside the address space (counted as one
+  // range error).
+  // Data written, `defined` set, `valid` cleared: what loading from a file means.
+  void StoreLoaded(int32_t address, std::span<const uint8_t> bytes);
+  // Data written, `defined` and `valid` set: what reading from the target means.
+  void StoreFromTarget(int32_t address, std::span<const uint8_t> bytes);
+  void ReadBytes(int32_t address, std::span<uint8_t> out);
+  void ReadFlags(int32_t address, std::span<uint8_t> out);
+  // Sets (on) or clears the given flag bits on a range.
+  void ChangeFlags(int32_t address, size_t count, uint8_t flagBits, bool on);
+
+  bool IsAllocated(int segment) const;
+  int AllocatedSegmentCount() const;
+  long RangeErrors() const { return rangeErrors_; }
+
+ private:
+  struct Segment {
+    std::array<uint8_t, kSegmentSize> data{};
+    std::array<uint8_t, kSegmentSize> state{};
+  };
+
+  Segment* segment(int32_t address);
+  uint8_t flags(int32_t address);
+  void setFlag(int32_t address, uint8_t bit, bool on);
+  // Calls visit(segment, offset, index into the range, length) for each in-range piece.
+  template <typename Visit>
+  void forEachPiece(int32_t address, size_t count, Visit visit);
+
+  std::array<std::unique_ptr<Segment>, kSegmentCount> segments_;
+  long rangeErrors_ = 0;
+};
+
+}  // namespace velmora

@@ -1,0 +1,25 @@
+#include "recording_frontend.h"
+
+namespace velmora::test {
+
+BoxAnswer RecordingFrontend::MessageBox(std::string_view text, BoxButtons buttons, BoxIcon icon,
+                                        std::string_view) {
+  boxes.push_back({std::string(text), buttons, icon});
+  if (!answers_.empty()) {
+    const BoxAnswer answer = answers_.front();
+    answers_.pop_front();
+    return answer;
+  }
+  return buttons == BoxButtons::YesNo ? BoxAnswer::Yes : BoxAnswer::Ok;
+}
+
+std::optional<std::string> RecordingFrontend::InputBox(std::string_view prompt, std::string_view,
+                                                       std::string_view defaultText) {
+  prompts.emplace_back(prompt);
+  if (inputs_.empty()) return std::string(defaultText);
+  auto input = std::move(inputs_.front());
+  inputs_.pop_front();
+  return input;
+}
+
+}  // namespace velmora::test
