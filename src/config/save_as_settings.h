@@ -13,13 +13,13 @@ enum class HexAddressFormat : int16_t {
 };
 
 struct SaveAsSettings {
+  friend bool operator==(const SaveAsSettings&, const SaveAsSettings&) = default;
   std::string file;                // full path; the default is test.hex in the home folder
   int32_t format = 20;             // 20 or 32, as the preferences hold it
   int32_t fileType = 0;            // index in the dialog's file-type list
   int32_t recordSize = 32;         // decimal data bytes per record
   int32_t startAddress = 0x000000;
   int32_t endAddress = 0x00FFFF;
-  bool bySelection = true;
 
   // The writer's format code for the remembered 20 or 32.
   int16_t FormatCode() const { return format == 32 ? 4 : 2; }

@@ -12,11 +12,7 @@ Session::Session(Frontend& frontend, std::filesystem::path programFolder)
       frontend_(frontend),
       programFolder_(std::move(programFolder)) {
   image.InitImage();
-  if (const char* home = std::getenv("HOME")) {
-    saveAs.file = (std::filesystem::path(home) / "test.hex").string();
-  } else {
-    saveAs.file = "/test.hex";
-  }
+  SetDefaultPreferences(settings, UserHomeFolder());
 }
 
 std::filesystem::path Session::Resolve(std::string_view storedName) const {

@@ -5,11 +5,13 @@
 #include <filesystem>
 #include <string>
 
-#include "config/save_as_settings.h"
+#include "config/settings.h"
 #include "core/image_ops.h"
 #include "core/memory_image.h"
 #include "core/message_log.h"
 #include "core/selection_list.h"
+#include "formats/controller_types.h"
+#include "formats/register_table.h"
 
 namespace velmora {
 
@@ -30,7 +32,9 @@ class Session {
   MemoryImage image;
   SelectionList selections;
   MonitorArea monitorArea = kDefaultMonitorArea;
-  SaveAsSettings saveAs;
+  Settings settings;
+  ControllerTypeTable controllerTypes;
+  RegisterTable registers;
   // The session's clipboard; the desktop application mirrors it to the system's.
   std::string clipboard;
 

@@ -26,8 +26,8 @@ TEST_F(SessionTest, StartsWithTheInitialImageAndEmptyLists) {
   EXPECT_EQ(session.monitorArea, kDefaultMonitorArea);
   EXPECT_EQ(session.log.LogPath(), (home.path() / "LOG.TXT").string());
   EXPECT_EQ(session.log.List().Count(), 1);
-  EXPECT_EQ(session.saveAs.recordSize, 32);
-  EXPECT_EQ(session.saveAs.FormatCode(), 2);
+  EXPECT_EQ(session.settings.files.saveAs.recordSize, 32);
+  EXPECT_EQ(session.settings.files.saveAs.FormatCode(), 2);
 }
 
 TEST_F(SessionTest, SessionsShareNothing) {
