@@ -39,12 +39,15 @@ void CommunicationSettings::SetPort(const std::string& name) {
 }
 
 std::string CSettings(const CommunicationSettings& settings) {
-  std::string parity;
-  if (settings.parity == 0) parity = "n";
-  if (settings.parity == 1) parity = "o";
-  if (settings.parity == 2) parity = "e";
-  return std::to_string(settings.baudRate) + "," + parity + "," +
-         std::to_string(settings.dataBits) + "," + std::to_string(settings.stopBits);
+  static constexpr std::string_view kParityLetters[] = {"n", "o", "e"};
+  std::string text = std::to_string(settings.baudRate);
+  text += ',';
+  if (settings.parity >= 0 && settings.parity <= 2) text += kParityLetters[settings.parity];
+  text += ',';
+  text += std::to_string(settings.dataBits);
+  text += ',';
+  text += std::to_string(settings.stopBits);
+  return text;
 }
 
 }  // namespace velmora

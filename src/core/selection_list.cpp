@@ -25,7 +25,15 @@ bool SelectionList::AddSelection(int32_t start, int32_t end) {
     NormalizeSelections();
     return true;
   }
-  // Full: take the range only when it merges into what is there.
+  // Full: take the range only when it merges into what is there. The entries are sorted
+  // by start, so only the neighbours of its place can touch it.
+  const auto place = std::upper_bound(entries_.begin(), entries_.begin() + count_, start,
+                                      [](int32_t value, const Selection& s) { return value < s.start; });
+  const bool touchesBefore =
+      place != entries_.begin() && static_cast<int64_t>(start) <= int64_t{(place - 1)->end} + 1;
+  const bool touchesAfter = place != entries_.begin() + count_ &&
+                            static_cast<int64_t>(place->start) <= int64_t{end} + 1;
+  if (!touchesBefore && !touchesAfter) return false;
   std::vector<Selection> trial(entries_.begin(), entries_.begin() + count_);
   trial.push_back({start, end});
   const int merged = normalize(trial.data(), static_cast<int>(trial.size()));

@@ -60,6 +60,7 @@ PasteResult PasteClipboard(std::string_view clipboard, int32_t start, MemoryImag
   int64_t base = 0;
   int64_t highest = -1;
   HexRecord record;
+  bool anyRecord = false;
   size_t at = 0;
   while (at < clipboard.size()) {
     size_t lineEnd = clipboard.find_first_of("\r\n", at);
@@ -68,6 +69,7 @@ PasteResult PasteClipboard(std::string_view clipboard, int32_t start, MemoryImag
     at = clipboard.find_first_not_of("\r\n", lineEnd);
     if (at == std::string_view::npos) at = clipboard.size();
     if (line.find_first_not_of(" \t") == std::string_view::npos) continue;
+    anyRecord = true;
     if (DecodeRecord(line, record) != RecordError::None) {
       result.status = PasteStatus::NotHexText;
       log.WriteLine("*ERROR: The clipboard holds no memory data");
@@ -82,6 +84,11 @@ PasteResult PasteClipboard(std::string_view clipboard, int32_t start, MemoryImag
     } else if (record.type == kExtendedSegmentRecord) {
       base = int64_t{record.Upper()} << 4;
     }
+  }
+  if (!anyRecord) {
+    result.status = PasteStatus::NotHexText;
+    log.WriteLine("*ERROR: The clipboard holds no memory data");
+    return result;
   }
   if (highest >= 0 && (start < 0 || start + highest > kHighestAddress)) {
     result.status = PasteStatus::BeyondAddressSpace;

@@ -91,6 +91,7 @@ HexReadResult HexRead(const std::string& path, MemoryImage& image, SelectionList
   int64_t base = 0;
   std::string_view line;
   while (reader.Next(line)) {
+    if (reader.LineNumber() == 1 && line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
     RecordError error = DecodeRecord(line, record);
     // Blank lines and end-of-file marks after the last record end the file; anywhere
     // else they stop the reading like any line without ":".
@@ -110,6 +111,7 @@ HexReadResult HexRead(const std::string& path, MemoryImage& image, SelectionList
     }
     switch (record.type) {
       case kDataRecord: {
+        if (record.count == 0) break;  // no data: no run starts or ends here
         const int64_t address = base + record.offset;
         runs.Loaded(address, record.count);
         image.StoreLoaded(static_cast<int32_t>(address),

@@ -5,7 +5,8 @@
 // of either case) but stops at the first line that is not a good record, with an error
 // line. A record is decoded whole before any of it is stored, so a bad record leaves
 // nothing behind; bytes of earlier records stay in the image, and runs closed before it
-// stay selected.
+// stay selected. A data record without data changes nothing, and a byte-order mark at the
+// start of the file is skipped.
 #pragma once
 
 #include <cstdint>
