@@ -1,0 +1,46 @@
+#include "link/link.h"
+
+#include "core/frontend.h"
+
+namespace velmora {
+
+LineSettings LineSettingsOf(const CommunicationSettings& settings) {
+  return {settings.baudRate, settings.parity, settings.dataBits, settings.stopBits};
+}
+
+Link::Link(SerialPort& port, LinkContext context)
+    : port_(port),
+      context_(std::move(context)),
+      transport_(port, context_.settings.communication, context_.frontend),
+      monitor_(transport_, context_.settings.bytes, context_.image),
+      registerAccess_(monitor_, context_.image, context_.registers, context_.log) {}
+
+void Link::SetState(TargetState state) {
+  state_ = state;
+  context_.frontend.RequestRefresh(RefreshTarget::StatusText);
+}
+
+bool Link::EnsurePortOpen() {
+  if (port_.IsOpen()) return true;
+  const auto& com = context_.settings.communication;
+  if (port_.Open(com.DevicePath(), LineSettingsOf(com))) {
+    port_.SetReceiveNotification(true);
+    return true;
+  }
+  context_.frontend.MessageBox(kPortInUseMessage, BoxButtons::Ok, BoxIcon::Exclamation, {});
+  return false;
+}
+
+void Link::ClosePort() {
+  if (port_.IsOpen()) port_.Close();
+}
+
+bool Link::ApplyLineSettings() {
+  return port_.IsOpen() && port_.Configure(LineSettingsOf(context_.settings.communication));
+}
+
+void Link::ForgetDrivers() {
+  for (auto& unit : context_.settings.target.units) unit.driverLoaded = false;
+}
+
+}  // namespace velmora

@@ -1,0 +1,241 @@
+#include "sim/board.h"
+
+#include <utility>
+
+namespace velmora {
+
+using std::chrono::milliseconds;
+
+namespace {
+constexpr uint8_t kAsc1Init = 0xCC;
+constexpr uint8_t kAsc1Flag = 0xD5;
+}  // namespace
+
+Board::Board(BoardConfig config)
+    : config_(std::move(config)), monitorAddress_(config_.monitorAddress) {
+  resetRegisters();
+}
+
+void Board::resetRegisters() {
+  for (const auto& reg : config_.resetRegisters) WriteWord(reg.address, static_cast<uint16_t>(reg.value));
+  WriteWord(config_.cpAddress, static_cast<uint16_t>(config_.cpValue));
+  WriteWord(config_.spAddress, static_cast<uint16_t>(config_.spValue));
+}
+
+uint16_t Board::ReadWord(int32_t address) {
+  return static_cast<uint16_t>(memory_.GetByte(address) | (memory_.GetByte(address + 1) << 8));
+}
+
+void Board::WriteWord(int32_t address, uint16_t value) {
+  memory_.SetByte(address, static_cast<uint8_t>(value));
+  memory_.SetByte(address + 1, static_cast<uint8_t>(value >> 8));
+}
+
+int32_t Board::address(std::span<const uint8_t> bytes, size_t at) {
+  return bytes[at] | (bytes[at + 1] << 8) | (bytes[at + 2] << 16);
+}
+
+uint16_t Board::word(std::span<const uint8_t> bytes, size_t at) {
+  return static_cast<uint16_t>(bytes[at] | (bytes[at + 1] << 8));
+}
+
+void Board::send(uint8_t byte, milliseconds delay) {
+  if (faults_.Silent()) return;
+  if (faults_.Apply(byte, delay)) output_.push_back({byte, delay});
+}
+
+std::vector<Board::OutByte> Board::TakeOutput() {
+  std::vector<OutByte> out(output_.begin(), output_.end());
+  output_.clear();
+  return out;
+}
+
+void Board::expect(size_t n, Handler then) {
+  collected_.clear();
+  if (n == 0) {
+    then({});
+    return;
+  }
+  needed_ = n;
+  then_ = std::move(then);
+}
+
+void Board::Receive(uint8_t byte) {
+  received_.push_back(byte);
+  if (faults_.Silent()) return;
+  if (config_.kline) send(byte);  // the one-wire line gives every byte back
+
+  if (needed_ > 0) {
+    collected_.push_back(byte);
+    if (collected_.size() < needed_) return;
+    needed_ = 0;
+    Handler then = std::move(then_);
+    const std::vector<uint8_t> data = std::move(collected_);
+    collected_.clear();
+    then(data);
+    return;
+  }
+
+  switch (mode_) {
+    case Mode::Bootstrap:
+      if (byte != 0x00) return;
+      send(config_.idByte);
+      mode_ = Mode::Loader;
+      expect(config_.loaderLength, [this](std::span<const uint8_t> loader) {
+        loader_.assign(loader.begin(), loader.end());
+        memory_.StoreLoaded(config_.loaderAddress, loader);
+        send(static_cast<uint8_t>(config_.bytes.loaderStarted));
+        mode_ = Mode::MonitorLoad;
+        expect(config_.monitorLength, [this](std::span<const uint8_t> monitor) {
+          monitor_.assign(monitor.begin(), monitor.end());
+          monitorAddress_ = config_.monitorAddress;
+          memory_.StoreLoaded(monitorAddress_, monitor);
+          mode_ = Mode::Monitor;
+          send(static_cast<uint8_t>(config_.bytes.applicationStarted));
+        });
+      });
+      return;
+    case Mode::Monitor:
+      command(byte);
+      return;
+    case Mode::Asc1Pending:
+      if (byte != 0x00) return;
+      send(config_.asc1Ack);
+      send(kAsc1Flag);
+      mode_ = Mode::Monitor;
+      return;
+    case Mode::Loader:
+    case Mode::MonitorLoad:
+    case Mode::Running:
+      return;
+  }
+}
+
+void Board::command(uint8_t byte) {
+  const MonitorBytes& b = config_.bytes;
+  const auto ack1 = static_cast<uint8_t>(b.ack1);
+  const auto ack2 = static_cast<uint8_t>(b.ack2);
+  if (byte == b.writeBlock) {
+    send(ack1);
+    expect(5, [this](std::span<const uint8_t> header) { writeBlock(header); });
+  } else if (byte == b.readBlock) {
+    send(ack1);
+    expect(5, [this](std::span<const uint8_t> header) { readBlock(header); });
+  } else if (byte == b.writeWord) {
+    send(ack1);
+    expect(5, [this, ack2](std::span<const uint8_t> p) {
+      WriteWord(address(p, 0), word(p, 3));
+      send(ack2);
+    });
+  } else if (byte == b.einit || byte == b.testComm) {
+    send(ack1);
+    send(ack2);
+  } else if (byte == b.swReset) {
+    send(ack1);
+    send(ack2);
+    mode_ = Mode::Running;  // the controller restarts into the program in its flash
+  } else if (byte == b.getChecksum) {
+    send(ack1);
+    send(static_cast<uint8_t>(lastChecksum_ ^ (faults_.TakeBadChecksum() ? 0xFF : 0x00)));
+    send(ack2);
+  } else if (byte == b.go) {
+    send(ack1);
+    expect(3, [this](std::span<const uint8_t> p) { go(p); });
+  } else if (byte == b.call) {
+    send(ack1);
+    expect(19, [this](std::span<const uint8_t> p) { call(p); });
+  } else if (byte == kAsc1Init) {
+    send(ack1);
+    send(ack2);
+    mode_ = Mode::Asc1Pending;
+  }
+}
+
+void Board::writeBlock(std::span<const uint8_t> header) {
+  const int32_t at = address(header, 0);
+  expect(word(header, 3), [this, at](std::span<const uint8_t> data) {
+    uint8_t checksum = 0;
+    for (uint8_t value : data) checksum ^= value;
+    memory_.StoreLoaded(at, data);
+    lastChecksum_ = checksum;
+    send(static_cast<uint8_t>(config_.bytes.ack2));
+  });
+}
+
+void Board::readBlock(std::span<const uint8_t> header) {
+  const int32_t at = address(header, 0);
+  const size_t count = word(header, 3);
+  const size_t missing = std::min(faults_.TakeShortRead(), count);
+  uint8_t checksum = 0;
+  for (size_t i = 0; i < count - missing; ++i) {
+    const uint8_t value = memory_.GetByte(at + static_cast<int32_t>(i));
+    checksum ^= value;
+    send(value);
+  }
+  lastChecksum_ = checksum;
+  send(static_cast<uint8_t>(config_.bytes.ack2));
+}
+
+bool Board::isMonitorCopyAt(int32_t at) {
+  if (monitor_.empty() || at == monitorAddress_) return false;
+  for (size_t i = 0; i < monitor_.size(); ++i) {
+    if (memory_.GetByte(at + static_cast<int32_t>(i)) != monitor_[i]) return false;
+  }
+  return true;
+}
+
+void Board::go(std::span<const uint8_t> parameters) {
+  const int32_t target = address(parameters, 0);
+  send(static_cast<uint8_t>(config_.bytes.ack2));
+  if (isMonitorCopyAt(target)) {
+    // A copy of the monitor starts and says so; the old one is left behind.
+    monitorAddress_ = target;
+    send(static_cast<uint8_t>(config_.bytes.applicationStarted));
+    return;
+  }
+  mode_ = Mode::Running;
+}
+
+void Board::call(std::span<const uint8_t> parameters) {
+  const int32_t target = address(parameters, 0);
+  BoardRegisters registers{};
+  for (size_t k = 0; k < registers.size(); ++k) registers[k] = word(parameters, 3 + 2 * k);
+  milliseconds duration{0};
+  if (auto found = routines_.find(target); found != routines_.end()) {
+    registers = found->second.run(registers, *this);
+    duration = found->second.duration;
+  }
+  for (size_t k = 0; k < registers.size(); ++k) {
+    send(static_cast<uint8_t>(registers[k]), k == 0 ? duration : milliseconds(0));
+    send(static_cast<uint8_t>(registers[k] >> 8));
+  }
+  send(static_cast<uint8_t>(config_.bytes.ack2));
+}
+
+void Board::ResetToBootstrap() {
+  mode_ = Mode::Bootstrap;
+  needed_ = 0;
+  collected_.clear();
+  resetRegisters();
+}
+
+void Board::EmitFromProgram(std::span<const uint8_t> bytes) {
+  for (uint8_t value : bytes) send(value);
+}
+
+void Board::ReturnToMonitor() {
+  mode_ = Mode::Monitor;
+  send(static_cast<uint8_t>(config_.bytes.ack2));
+}
+
+void Board::HitBreak(int32_t breakAddress) {
+  auto sp = static_cast<uint16_t>(ReadWord(config_.spAddress) - 2);
+  WriteWord(sp, static_cast<uint16_t>(breakAddress >> 16));
+  sp = static_cast<uint16_t>(sp - 2);
+  WriteWord(sp, static_cast<uint16_t>((breakAddress & 0xFFFF) + 4));
+  WriteWord(config_.spAddress, sp);
+  mode_ = Mode::Monitor;
+  send(static_cast<uint8_t>(config_.bytes.applicationStarted));
+}
+
+}  // namespace velmora

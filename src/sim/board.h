@@ -1,0 +1,113 @@
+// The virtual board: a model of a Korda controller at the other end of the serial line.
+//
+// It answers the bootstrap sequence (zero byte, identification byte, loader, monitor
+// core), then serves the monitor commands on a sparse 16 MB memory whose registers sit
+// where the controller type's definitions put them. Tests and the velmora-board program
+// drive it byte by byte and can make the target program talk, return or stop at a break,
+// and arm faults on the line.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <span>
+#include <vector>
+
+#include "core/memory_image.h"
+#include "sim/board_config.h"
+#include "sim/board_faults.h"
+
+namespace velmora {
+
+using BoardRegisters = std::array<uint16_t, 8>;  // R8 .. R15 of a call
+
+// A routine the target can call: gets R8..R15 and the board, returns R8..R15.
+struct BoardRoutine {
+  std::function<BoardRegisters(const BoardRegisters&, class Board&)> run;
+  std::chrono::milliseconds duration{0};
+};
+
+class Board {
+ public:
+  enum class Mode {
+    Bootstrap,     // waiting for the zero byte
+    Loader,        // the bootstrap loader takes the loader bytes
+    MonitorLoad,   // the loader takes the monitor core
+    Monitor,       // the monitor serves commands
+    Running,       // a started program runs; the monitor does not listen
+    Asc1Pending,   // the monitor waits for the zero byte on its second channel
+  };
+
+  struct OutByte {
+    uint8_t value;
+    std::chrono::milliseconds delay;  // extra time before the byte, beyond the line time
+  };
+
+  explicit Board(BoardConfig config);
+
+  // A byte from the host.
+  void Receive(uint8_t byte);
+  // What the board has sent since the last call.
+  std::vector<OutByte> TakeOutput();
+
+  Mode mode() const { return mode_; }
+  MemoryImage& memory() { return memory_; }
+  const BoardConfig& config() const { return config_; }
+  BoardFaults& faults() { return faults_; }
+  // Every byte the host has sent, in order, for tests that check the wire.
+  const std::vector<uint8_t>& received() const { return received_; }
+  const std::vector<uint8_t>& loaderBytes() const { return loader_; }
+  const std::vector<uint8_t>& monitorBytes() const { return monitor_; }
+  int32_t monitorAddress() const { return monitorAddress_; }
+
+  uint16_t ReadWord(int32_t address);
+  void WriteWord(int32_t address, uint16_t value);
+
+  // The user presses reset with the bootstrap pin held: the board waits for a zero byte.
+  void ResetToBootstrap();
+  // The started program prints something on the line.
+  void EmitFromProgram(std::span<const uint8_t> bytes);
+  // The started program returns to the monitor, which says so with A_ACK2.
+  void ReturnToMonitor();
+  // The program runs into a break at address: the monitor's entry pushes CSP and IP (of
+  // the instruction after the 4-byte break) and sends A_APPLICATION_STARTED.
+  void HitBreak(int32_t address);
+  void SetRoutine(int32_t address, BoardRoutine routine) { routines_[address] = std::move(routine); }
+
+ private:
+  using Handler = std::function<void(std::span<const uint8_t>)>;
+
+  void send(uint8_t byte, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+  // Collects the next n bytes, then calls then with them.
+  void expect(size_t n, Handler then);
+  void command(uint8_t byte);
+  void resetRegisters();
+  static int32_t address(std::span<const uint8_t> bytes, size_t at);
+  static uint16_t word(std::span<const uint8_t> bytes, size_t at);
+
+  void writeBlock(std::span<const uint8_t> header);
+  void readBlock(std::span<const uint8_t> header);
+  void call(std::span<const uint8_t> parameters);
+  void go(std::span<const uint8_t> parameters);
+  bool isMonitorCopyAt(int32_t address);
+
+  BoardConfig config_;
+  MemoryImage memory_;
+  BoardFaults faults_;
+  Mode mode_ = Mode::Bootstrap;
+  std::deque<OutByte> output_;
+  std::vector<uint8_t> received_;
+  std::vector<uint8_t> loader_;
+  std::vector<uint8_t> monitor_;
+  int32_t monitorAddress_;
+  uint8_t lastChecksum_ = 0;
+  size_t needed_ = 0;
+  std::vector<uint8_t> collected_;
+  Handler then_;
+  std::map<int32_t, BoardRoutine> routines_;
+};
+
+}  // namespace velmora

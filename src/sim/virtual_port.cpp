@@ -1,0 +1,88 @@
+#include "sim/virtual_port.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace velmora {
+
+bool VirtualPort::Open(const std::string&, const LineSettings& settings) {
+  if (unavailable_) return false;
+  settings_ = settings;
+  open_ = true;
+  return true;
+}
+
+bool VirtualPort::Configure(const LineSettings& settings) {
+  settings_ = settings;
+  return open_;
+}
+
+VirtualPort::Clock::duration VirtualPort::byteTime() const {
+  if (!lineRate_ || settings_.baudRate <= 0) return Clock::duration::zero();
+  return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(10.0 / settings_.baudRate));
+}
+
+void VirtualPort::collect(Clock::time_point after) {
+  for (const auto& out : board_.TakeOutput()) {
+    targetLineFree_ = std::max(targetLineFree_, after) + byteTime() + out.delay;
+    incoming_.push_back({out.value, targetLineFree_});
+  }
+}
+
+bool VirtualPort::Write(std::span<const uint8_t> bytes) {
+  if (!open_) return false;
+  const auto now = Clock::now();
+  for (uint8_t byte : bytes) {
+    hostLineFree_ = std::max(hostLineFree_, now) + byteTime();
+    collect(now);  // whatever the board said before this byte
+    board_.Receive(byte);
+    collect(hostLineFree_);
+  }
+  return true;
+}
+
+bool VirtualPort::WaitForBytesWritten(std::chrono::milliseconds timeout) {
+  if (!open_) return false;
+  const auto until = std::min(hostLineFree_, Clock::now() + timeout);
+  if (until > Clock::now()) std::this_thread::sleep_until(until);
+  return hostLineFree_ <= Clock::now();
+}
+
+size_t VirtualPort::BytesAvailable() {
+  if (!open_) return 0;
+  const auto now = Clock::now();
+  collect(now);
+  return static_cast<size_t>(std::count_if(incoming_.begin(), incoming_.end(),
+                                           [now](const InByte& b) { return b.arrival <= now; }));
+}
+
+std::vector<uint8_t> VirtualPort::Read(size_t count) {
+  std::vector<uint8_t> bytes;
+  const auto now = Clock::now();
+  while (bytes.size() < count && !incoming_.empty() && incoming_.front().arrival <= now) {
+    bytes.push_back(incoming_.front().value);
+    incoming_.pop_front();
+  }
+  return bytes;
+}
+
+void VirtualPort::DiscardInput() {
+  const auto now = Clock::now();
+  collect(now);
+  while (!incoming_.empty() && incoming_.front().arrival <= now) incoming_.pop_front();
+}
+
+void VirtualPort::WaitForInput(std::chrono::milliseconds timeout) {
+  const auto limit = Clock::now() + timeout;
+  collect(Clock::now());
+  if (BytesAvailable() > 0) return;
+  auto until = limit;
+  if (!incoming_.empty()) until = std::min(until, incoming_.front().arrival);
+  std::this_thread::sleep_until(until);
+}
+
+void VirtualPort::Poll() {
+  if (open_ && notify_ && BytesAvailable() > 0) NotifyReceived();
+}
+
+}  // namespace velmora
