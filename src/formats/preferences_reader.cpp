@@ -55,6 +55,7 @@ class PreferencesParser {
     for (const auto& header : kSections) {
       if (startsWithNoCase(line, header.text)) {
         section_ = header.section;
+        unitRefused_ = false;
         return;
       }
     }
@@ -80,6 +81,11 @@ class PreferencesParser {
   bool memoryUnitLine(const std::string& line, long number) {
     auto& units = settings_.target.units;
     if (units.empty()) return false;
+    // The lines of a unit beyond the limit must not land in the last unit taken.
+    if (unitRefused_) {
+      result_.issues.push_back({number, "line of a memory unit beyond the limit of 33"});
+      return true;
+    }
     const UnitKeyResult applied = ApplyMemoryUnitKey(line, units.back());
     if (applied.recognized && !applied.problem.empty()) {
       result_.issues.push_back({number, applied.problem});
@@ -152,8 +158,9 @@ class PreferencesParser {
     });
     addDecimal(Section::Controller, "CLK=", target.clockRate);
 
-    add(Section::Memory, "NAME=", [&target](std::string_view v) {
-      if (!target.AddMemoryUnit()) return false;
+    add(Section::Memory, "NAME=", [this, &target](std::string_view v) {
+      unitRefused_ = !target.AddMemoryUnit();
+      if (unitRefused_) return false;
       target.units.back().name = std::string(v);
       return true;
     });
@@ -218,8 +225,9 @@ class PreferencesParser {
     addHex(Section::Frontend, "COLOR_FGMONITOR=", frontend.colorFgMonitor);
     addDecimal(Section::Frontend, "LOGFILE=", frontend.logFile);
     add(Section::Frontend, "DISPLAY=", [&frontend](std::string_view v) {
+      if (v.empty()) return false;
       frontend.display.emplace_back(v);
-      return !v.empty();
+      return true;
     });
   }
 
@@ -263,6 +271,7 @@ class PreferencesParser {
   PreferencesReadResult& result_;
   std::vector<KeySpec> keys_;
   Section section_ = Section::None;
+  bool unitRefused_ = false;
 };
 
 }  // namespace
