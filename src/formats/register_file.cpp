@@ -104,7 +104,11 @@ class RegisterFileParser {
   }
 
   void store(int index, int bit, std::string_view name, int width) {
-    if (bit < 0 || bit > 15) return skip("bit number outside 0 to 15");
+    if (bit < 0 || bit > 15) {
+      log_.WriteLine("*ERROR: Bit " + std::to_string(bit) + " of " + table_.At(index).name +
+                     " beyond bit 15 in line " + std::to_string(number_) + " of " + path_);
+      return skip("bit number outside 0 to 15");
+    }
     if (width < 1 || width > 16) return skip("field width outside 1 to 16");
     auto& reg = table_.At(index);
     reg.bitNames[static_cast<size_t>(bit)] = std::string(name);
