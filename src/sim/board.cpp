@@ -12,8 +12,18 @@ constexpr uint8_t kAsc1Flag = 0xD5;
 }  // namespace
 
 Board::Board(BoardConfig config)
-    : config_(std::move(config)), monitorAddress_(config_.monitorAddress) {
+    : config_(std::move(config)),
+      flash_(config_.flashUnits, config_.flashPassword),
+      monitorAddress_(config_.monitorAddress) {
+  flash_.Erase(memory_);
   resetRegisters();
+}
+
+void Board::store(int32_t at, std::span<const uint8_t> bytes) {
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    const int32_t address = at + static_cast<int32_t>(i);
+    if (!flash_.Covers(address)) memory_.SetByte(address, bytes[i]);
+  }
 }
 
 void Board::resetRegisters() {
@@ -124,7 +134,7 @@ void Board::command(uint8_t byte) {
   } else if (byte == b.writeWord) {
     send(ack1);
     expect(5, [this, ack2](std::span<const uint8_t> p) {
-      WriteWord(address(p, 0), word(p, 3));
+      store(address(p, 0), p.subspan(3, 2));
       send(ack2);
     });
   } else if (byte == b.einit || byte == b.testComm) {
@@ -156,7 +166,7 @@ void Board::writeBlock(std::span<const uint8_t> header) {
   expect(word(header, 3), [this, at](std::span<const uint8_t> data) {
     uint8_t checksum = 0;
     for (uint8_t value : data) checksum ^= value;
-    memory_.StoreLoaded(at, data);
+    store(at, data);
     lastChecksum_ = checksum;
     send(static_cast<uint8_t>(config_.bytes.ack2));
   });
@@ -204,6 +214,13 @@ void Board::call(std::span<const uint8_t> parameters) {
   if (auto found = routines_.find(target); found != routines_.end()) {
     registers = found->second.run(registers, *this);
     duration = found->second.duration;
+  } else if (flash_.IsDriverEntry(target)) {
+    const auto result = flash_.Call(target, registers, memory_);
+    if (!result) {
+      mode_ = Mode::Running;  // no driver there: the controller never comes back
+      return;
+    }
+    registers = *result;
   }
   for (size_t k = 0; k < registers.size(); ++k) {
     send(static_cast<uint8_t>(registers[k]), k == 0 ? duration : milliseconds(0));

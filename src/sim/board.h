@@ -19,10 +19,9 @@
 #include "core/memory_image.h"
 #include "sim/board_config.h"
 #include "sim/board_faults.h"
+#include "sim/flash_model.h"
 
 namespace velmora {
-
-using BoardRegisters = std::array<uint16_t, 8>;  // R8 .. R15 of a call
 
 // A routine the target can call: gets R8..R15 and the board, returns R8..R15.
 struct BoardRoutine {
@@ -57,6 +56,7 @@ class Board {
   MemoryImage& memory() { return memory_; }
   const BoardConfig& config() const { return config_; }
   BoardFaults& faults() { return faults_; }
+  FlashModel& flash() { return flash_; }
   // Every byte the host has sent, in order, for tests that check the wire.
   const std::vector<uint8_t>& received() const { return received_; }
   const std::vector<uint8_t>& loaderBytes() const { return loader_; }
@@ -88,6 +88,8 @@ class Board {
   static int32_t address(std::span<const uint8_t> bytes, size_t at);
   static uint16_t word(std::span<const uint8_t> bytes, size_t at);
 
+  // A write through the monitor: flash cells ignore it.
+  void store(int32_t address, std::span<const uint8_t> bytes);
   void writeBlock(std::span<const uint8_t> header);
   void readBlock(std::span<const uint8_t> header);
   void call(std::span<const uint8_t> parameters);
@@ -97,6 +99,7 @@ class Board {
   BoardConfig config_;
   MemoryImage memory_;
   BoardFaults faults_;
+  FlashModel flash_;
   Mode mode_ = Mode::Bootstrap;
   std::deque<OutByte> output_;
   std::vector<uint8_t> received_;

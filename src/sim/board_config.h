@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "config/monitor_bytes.h"
+#include "sim/flash_model.h"
 
 namespace velmora {
 
@@ -35,6 +36,10 @@ struct BoardConfig {
   int32_t cpValue = 0xFC00;
   int32_t spValue = 0xFBFE;
   std::vector<ResetRegister> resetRegisters;  // identification, reset configuration, serial
+
+  std::vector<FlashUnitModel> flashUnits;
+  // What unlock and unprotect must be given; the virtual board's is "KORDA".
+  std::vector<uint8_t> flashPassword = {'K', 'O', 'R', 'D', 'A'};
 };
 
 // A board of a controller type: register addresses from its definitions, identification

@@ -5,6 +5,7 @@
 #include "core/selection_list.h"
 #include "formats/controller_types.h"
 #include "formats/hex_reader.h"
+#include "formats/memory_file.h"
 #include "formats/register_file.h"
 
 namespace velmora {
@@ -18,6 +19,42 @@ std::optional<std::pair<int32_t, size_t>> imageExtent(const std::filesystem::pat
   if (HexRead(path.string(), scratch, blocks, log).status != HexReadStatus::Ok) return std::nullopt;
   if (blocks.Count() == 0) return std::nullopt;
   return std::pair{blocks.LowestSelectionStart(), static_cast<size_t>(blocks.ByteCount())};
+}
+
+// The first block of a driver file: where the driver is entered and what must be there.
+bool loadDriver(const std::filesystem::path& path, FlashUnitModel& unit, MessageLog& log) {
+  MemoryImage scratch;
+  SelectionList blocks;
+  if (HexRead(path.string(), scratch, blocks, log).status != HexReadStatus::Ok || blocks.Count() == 0) {
+    return false;
+  }
+  const Selection first = blocks.At(0);
+  unit.driverEntry = first.start;
+  unit.driverImage.resize(static_cast<size_t>(first.end - first.start + 1));
+  scratch.ReadBytes(first.start, unit.driverImage);
+  return true;
+}
+
+std::vector<FlashUnitModel> flashUnits(const std::filesystem::path& programFolder,
+                                       const std::string& memoryFile, MessageLog& log) {
+  std::vector<MemoryUnit> units;
+  LoadMemoryFile(memoryFile, units, log);
+  std::vector<FlashUnitModel> flash;
+  for (const auto& unit : units) {
+    if (unit.driverPath.empty() || !(unit.HasFeature("PROGRAM") || unit.HasFeature("ERASE"))) continue;
+    FlashUnitModel model;
+    model.name = unit.name;
+    model.blank = static_cast<uint8_t>(unit.blank);
+    for (const auto& section : unit.sections) {
+      std::vector<FlashRegion> regions;
+      for (const auto& region : section.regions) regions.push_back({region.startAddress, region.length});
+      model.sectors.push_back(std::move(regions));
+    }
+    if (loadDriver(ResolveStoredPath(programFolder, unit.driverPath), model, log)) {
+      flash.push_back(std::move(model));
+    }
+  }
+  return flash;
 }
 
 }  // namespace
@@ -35,6 +72,7 @@ std::optional<BoardConfig> LoadBoardConfig(const std::filesystem::path& programF
   RegisterTable registers;
   if (!LoadRegisterFile(types.At(index).registerFile, registers, log).found) return std::nullopt;
   BoardConfig config = BoardConfigFor(registers, types.At(index).ids);
+  config.flashUnits = flashUnits(programFolder, types.At(index).memoryFile, log);
 
   const auto loader = imageExtent(ResolveStoredPath(programFolder, images.loader), log);
   const auto monitor = imageExtent(ResolveStoredPath(programFolder, images.monitor), log);
