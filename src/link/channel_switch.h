@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "link/target_state.h"
+
 namespace velmora {
 
 class Link;
@@ -25,7 +27,6 @@ int16_t SwitchToAsc1(Link& link);
 // _reconnect: 0 when the monitor answered.
 int16_t ReconnectTarget(Link& link);
 
-inline constexpr int16_t kNotConnectedStatus = -100;
 // _movemonitor: 0, or -100 when not connected. An area overlapping the current one or
 // leaving the address space is refused with an error line (result -101).
 int16_t MoveMonitor(Link& link, int32_t newStart);

@@ -18,6 +18,9 @@ enum class TargetState : int16_t {
   DriverRunning = 7,
 };
 
+// What an operation that needs the monitor returns when the target is not connected.
+inline constexpr int16_t kNotConnectedStatus = -100;
+
 // The status bar text of a state; nullopt for a value without one (the bar keeps its text).
 std::optional<std::string_view> TargetStateText(int16_t state);
 inline std::optional<std::string_view> TargetStateText(TargetState state) {

@@ -222,6 +222,11 @@ void Board::call(std::span<const uint8_t> parameters) {
     }
     registers = *result;
   }
+  // The routine's registers live in the register bank at CP, where Rn is at CP + 2n.
+  const uint16_t bank = ReadWord(config_.cpAddress);
+  for (size_t k = 0; k < registers.size(); ++k) {
+    WriteWord(bank + 2 * static_cast<int32_t>(8 + k), registers[k]);
+  }
   for (size_t k = 0; k < registers.size(); ++k) {
     send(static_cast<uint8_t>(registers[k]), k == 0 ? duration : milliseconds(0));
     send(static_cast<uint8_t>(registers[k] >> 8));

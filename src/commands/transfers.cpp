@@ -1,0 +1,167 @@
+#include "commands/transfers.h"
+
+#include <fstream>
+#include <vector>
+
+#include "commands/block_walk.h"
+#include "core/frontend.h"
+#include "core/hex_text.h"
+#include "link/link.h"
+
+namespace velmora {
+namespace {
+
+// Busy pointer while an operation runs, and the memory view redrawn when it is over.
+class BusyScope {
+ public:
+  explicit BusyScope(Frontend& frontend) : frontend_(frontend) { frontend_.SetBusy(true); }
+  ~BusyScope() {
+    frontend_.RequestRefresh(RefreshTarget::MemoryView);
+    frontend_.SetBusy(false);
+  }
+  BusyScope(const BusyScope&) = delete;
+  BusyScope& operator=(const BusyScope&) = delete;
+
+ private:
+  Frontend& frontend_;
+};
+
+bool connected(Link& link) {
+  if (link.state() == TargetState::Ready) return true;
+  link.context().log.WriteLine("*ERROR: Not Connected to Target");
+  link.context().frontend.RequestRefresh(RefreshTarget::StatusText);
+  return false;
+}
+
+std::string progress(std::string_view operation, int64_t total) {
+  return "*" + std::string(operation) + ": " + SignedDecimal(total) + " bytes ";
+}
+
+// The value at a in the checksum's width: a byte, or the word at a rounded down to even.
+uint32_t checksumValue(MemoryImage& image, int32_t a, int width) {
+  if (width == 1) return image.GetByte(a);
+  const int32_t even = a & ~1;
+  return image.GetByte(even) | (image.GetByte(even + 1) << 8);
+}
+
+template <typename Fold>
+void forEachChecksumValue(MemoryImage& image, const SelectionList& selections, int width, Fold fold) {
+  const int step = width == 2 ? 2 : 1;
+  for (int i = 0; i < selections.Count(); ++i) {
+    const Selection s = selections.At(i);
+    for (int64_t a = s.start; a <= s.end; a += step) fold(checksumValue(image, static_cast<int32_t>(a), step));
+  }
+}
+
+}  // namespace
+
+int16_t DownloadSelections(Link& link) {
+  auto& context = link.context();
+  BusyScope busy(context.frontend);
+  if (!connected(link)) return kNotConnectedStatus;
+  const bool ok = WalkBlocks(context.selections, [&](int32_t address, int32_t length, int64_t total) {
+    if (link.monitor().Cmd_Write(address, length) != 0) {
+      context.log.WriteLine("*ERROR: download not successful");
+      return false;
+    }
+    context.log.WriteLine(progress("Download", total));
+    return true;
+  });
+  return ok ? 0 : -1;
+}
+
+int16_t UploadSelections(Link& link) {
+  auto& context = link.context();
+  BusyScope busy(context.frontend);
+  if (!connected(link)) return kNotConnectedStatus;
+  const bool ok = WalkBlocks(context.selections, [&](int32_t address, int32_t length, int64_t total) {
+    if (link.monitor().Cmd_Read(address, length) != 0) {
+      context.log.WriteLine("*ERROR: no data received");
+      link.SetState(TargetState::NotConnected);
+      return false;
+    }
+    context.log.WriteLine(progress("Upload", total));
+    return true;
+  });
+  return ok ? 0 : -1;
+}
+
+int32_t CompareSelections(Link& link, const std::string& reportFile) {
+  auto& context = link.context();
+  BusyScope busy(context.frontend);
+  if (!connected(link)) return kNotConnectedStatus;
+  std::ofstream report;
+  if (!reportFile.empty()) {
+    report.open(reportFile, std::ios::binary | std::ios::trunc);
+    if (!report) context.log.WriteLine("*ERROR: Cannot write file " + reportFile);
+  }
+  MemoryImage& image = context.image;
+  int32_t differences = 0;
+  int64_t compared = 0;
+  std::vector<uint8_t> expected;
+  const bool ok = WalkBlocks(context.selections, [&](int32_t address, int32_t length, int64_t total) {
+    expected.resize(static_cast<size_t>(length));
+    image.ReadBytes(address, expected);
+    if (link.monitor().Cmd_Read(address, length) != 0) {
+      context.log.WriteLine("*ERROR: no data received while comparing");
+      return false;
+    }
+    for (int32_t k = 0; k < length; ++k) {
+      const int32_t at = address + k;
+      const uint8_t found = image.GetByte(at);
+      const uint8_t wanted = expected[static_cast<size_t>(k)];
+      if (found == wanted) {
+        image.SetValid(at, true);
+        continue;
+      }
+      ++differences;
+      const std::string detail = "Comparison at address " + HexN(at, 6) + " expected: " +
+                                 HexN(wanted, 2) + " found: " + HexN(found, 2);
+      if (reportFile.empty()) {
+        context.log.WriteLine("*" + detail);
+      } else {
+        report << detail << "\r\n";
+      }
+      // The image keeps its own value and shows that the target does not hold it.
+      image.SetByte(at, wanted);
+      image.SetValid(at, false);
+    }
+    compared = total;
+    context.log.WriteLine(progress("Compare", total));
+    return true;
+  });
+  if (!ok) return -1;
+  const std::string summary = SignedDecimal(differences) + " of " + SignedDecimal(compared) +
+                              " bytes not corresponding";
+  if (reportFile.empty()) {
+    context.log.WriteLine("*Comparison: " + summary);
+  } else {
+    report << "Comparison:" << summary << "\r\n";
+    report.close();
+  }
+  return differences;
+}
+
+int16_t XorChecksum(MemoryImage& image, const SelectionList& selections, MessageLog& log, int width) {
+  uint32_t x = 0;
+  forEachChecksumValue(image, selections, width, [&x](uint32_t value) { x ^= value; });
+  log.WriteLine("*Checksum: " + HexN(static_cast<int32_t>(x), 2 * (width == 2 ? 2 : 1)) + "  ");
+  return 0;
+}
+
+int16_t AddcChecksum(MemoryImage& image, const SelectionList& selections, MessageLog& log,
+                     int width, bool endCarry) {
+  const uint32_t modulus = width == 2 ? 0x10000 : 0x100;
+  uint32_t sum = 0;
+  uint32_t carry = 0;
+  forEachChecksumValue(image, selections, width, [&](uint32_t value) {
+    const uint32_t t = value + sum + carry;
+    sum = t % modulus;
+    carry = t / modulus;
+  });
+  if (endCarry) sum += carry;
+  log.WriteLine("*Checksum: " + HexN(static_cast<int32_t>(sum), 2 * (width == 2 ? 2 : 1)) + "  ");
+  return 0;
+}
+
+}  // namespace velmora
