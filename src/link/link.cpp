@@ -23,7 +23,8 @@ void Link::SetState(TargetState state) {
 bool Link::EnsurePortOpen() {
   if (port_.IsOpen()) return true;
   const auto& com = context_.settings.communication;
-  if (port_.Open(com.DevicePath(), LineSettingsOf(com))) {
+  lineSettings_ = LineSettingsOf(com);
+  if (port_.Open(com.DevicePath(), lineSettings_)) {
     port_.SetReceiveNotification(true);
     return true;
   }
@@ -36,7 +37,8 @@ void Link::ClosePort() {
 }
 
 bool Link::ApplyLineSettings() {
-  return port_.IsOpen() && port_.Configure(LineSettingsOf(context_.settings.communication));
+  lineSettings_ = LineSettingsOf(context_.settings.communication);
+  return port_.IsOpen() && port_.Configure(lineSettings_);
 }
 
 void Link::ForgetDrivers() {

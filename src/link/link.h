@@ -66,6 +66,8 @@ class Link {
   void ClosePort();
   // Re-applies the line settings to an open port.
   bool ApplyLineSettings();
+  // The line settings the port was last opened or configured with.
+  const LineSettings& currentLineSettings() const { return lineSettings_; }
   // Every memory unit's driver counts as no longer in target RAM.
   void ForgetDrivers();
 
@@ -88,6 +90,7 @@ class Link {
   MonitorProtocol monitor_;
   RegisterAccess registerAccess_;
   TargetState state_ = TargetState::NotConnected;
+  LineSettings lineSettings_;
 };
 
 LineSettings LineSettingsOf(const CommunicationSettings& settings);
