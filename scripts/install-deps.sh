@@ -9,6 +9,8 @@ packages=(
   libgtest-dev
   libgmock-dev
   libbenchmark-dev
+  qt6-base-dev
+  qt6-serialport-dev
 )
 
 missing=()

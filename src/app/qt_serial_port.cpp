@@ -1,0 +1,161 @@
+#include "app/qt_serial_port.h"
+
+#include <QByteArray>
+#include <QSerialPort>
+#include <QString>
+#include <algorithm>
+#include <limits>
+
+namespace velmora {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+QSerialPort::Parity parityOf(int32_t parity) {
+  switch (parity) {
+    case 1:
+      return QSerialPort::OddParity;
+    case 2:
+      return QSerialPort::EvenParity;
+    default:
+      return QSerialPort::NoParity;
+  }
+}
+
+int msecs(std::chrono::milliseconds timeout) {
+  const auto count = std::clamp<std::chrono::milliseconds::rep>(timeout.count(), 0,
+                                                                std::numeric_limits<int>::max());
+  return static_cast<int>(count);
+}
+
+}  // namespace
+
+QtSerialPort::QtSerialPort() : port_(std::make_unique<QSerialPort>()) {}
+
+QtSerialPort::~QtSerialPort() {
+  Close();
+}
+
+bool QtSerialPort::Open(const std::string& device, const LineSettings& settings) {
+  Close();
+  // Open with settings every device takes, then apply the wanted ones: QSerialPort fails
+  // the whole open when the device refuses one setting, and a pseudo-terminal refuses
+  // some that mean nothing without a line.
+  port_->setPortName(QString::fromStdString(device));
+  port_->setBaudRate(QSerialPort::Baud9600);
+  port_->setDataBits(QSerialPort::Data8);
+  port_->setParity(QSerialPort::NoParity);
+  port_->setStopBits(QSerialPort::OneStop);
+  port_->setFlowControl(QSerialPort::NoFlowControl);
+  if (!port_->open(QIODevice::ReadWrite)) return false;
+  applySettings(settings);
+  return true;
+}
+
+bool QtSerialPort::applySettings(const LineSettings& settings) {
+  bool ok = port_->setBaudRate(settings.baudRate);
+  if (settings.dataBits >= 5 && settings.dataBits <= 8) {
+    ok = port_->setDataBits(static_cast<QSerialPort::DataBits>(settings.dataBits)) && ok;
+  } else {
+    ok = false;
+  }
+  ok = port_->setParity(parityOf(settings.parity)) && ok;
+  ok = port_->setStopBits(settings.stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop) &&
+       ok;
+  ok = port_->setFlowControl(QSerialPort::NoFlowControl) && ok;
+  settingsRefused_ = !ok;
+  // A refused setting leaves an error behind that says nothing about the data path.
+  if (!ok) port_->clearError();
+  return ok;
+}
+
+void QtSerialPort::Close() {
+  SetReceiveNotification(false);
+  if (port_->isOpen()) port_->close();
+}
+
+bool QtSerialPort::IsOpen() const {
+  return port_->isOpen();
+}
+
+bool QtSerialPort::Configure(const LineSettings& settings) {
+  if (!IsOpen()) return false;
+  // As at opening, a device without a line keeps working with the settings it refused.
+  applySettings(settings);
+  return true;
+}
+
+bool QtSerialPort::Write(std::span<const uint8_t> bytes) {
+  if (!IsOpen()) return false;
+  if (bytes.empty()) return true;
+  const auto size = static_cast<qint64>(bytes.size());
+  return port_->write(reinterpret_cast<const char*>(bytes.data()), size) == size;
+}
+
+bool QtSerialPort::WaitForBytesWritten(std::chrono::milliseconds timeout) {
+  if (!IsOpen()) return false;
+  const auto deadline = Clock::now() + timeout;
+  // Each wait returns after one chunk has gone to the device; a long block takes several.
+  while (port_->bytesToWrite() > 0) {
+    const auto remaining =
+        std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    if (remaining.count() <= 0) return false;
+    if (!port_->waitForBytesWritten(msecs(remaining))) return port_->bytesToWrite() == 0;
+  }
+  return true;
+}
+
+size_t QtSerialPort::BytesAvailable() {
+  if (!IsOpen()) return 0;
+  return static_cast<size_t>(port_->bytesAvailable());
+}
+
+std::vector<uint8_t> QtSerialPort::Read(size_t count) {
+  if (!IsOpen() || count == 0) return {};
+  const QByteArray data = port_->read(static_cast<qint64>(count));
+  return std::vector<uint8_t>(data.begin(), data.end());
+}
+
+void QtSerialPort::DiscardInput() {
+  if (!IsOpen()) return;
+  // Drops what the device holds and what Qt has already taken from it.
+  port_->clear(QSerialPort::Input);
+}
+
+void QtSerialPort::WaitForInput(std::chrono::milliseconds timeout) {
+  if (!IsOpen()) return;
+  // Waits for bytes beyond those already buffered even when some are: the link asks only
+  // when it needs more than it has, and returning at once on a partly filled block would
+  // spin a core for as long as the block takes on the line.
+  port_->waitForReadyRead(msecs(timeout));
+  // A time-out is an answer here, not a fault of the device.
+  if (port_->error() == QSerialPort::TimeoutError) port_->clearError();
+}
+
+void QtSerialPort::SetReceiveNotification(bool enabled) {
+  if (!enabled) {
+    if (readyRead_) QObject::disconnect(readyRead_);
+    readyRead_ = {};
+    return;
+  }
+  if (readyRead_) return;
+  readyRead_ = QObject::connect(port_.get(), &QSerialPort::readyRead, port_.get(),
+                                [this] { NotifyReceived(); });
+  // Bytes that came in while the notification was off raise no further readyRead; hand
+  // them over from the event loop as if they had just arrived.
+  if (IsOpen() && port_->bytesAvailable() > 0) {
+    QMetaObject::invokeMethod(
+        port_.get(),
+        [this] {
+          if (readyRead_ && IsOpen() && port_->bytesAvailable() > 0) NotifyReceived();
+        },
+        Qt::QueuedConnection);
+  }
+}
+
+std::string QtSerialPort::ErrorText() const {
+  return port_->errorString().toStdString();
+}
+
+}  // namespace velmora
