@@ -179,7 +179,7 @@ TEST_F(QtSerialPortOnPty, WaitForInputEndsAtItsTimeOutWhenNothingComes) {
   EXPECT_EQ(port.BytesAvailable(), 0U);
 }
 
-TEST_F(QtSerialPortOnPty, WaitForInputEndsWhenABytesArrives) {
+TEST_F(QtSerialPortOnPty, WaitForInputEndsWhenAByteArrives) {
   std::thread sender([&] {
     std::this_thread::sleep_for(milliseconds(30));
     pty.Send({0x55});
