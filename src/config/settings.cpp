@@ -1,5 +1,6 @@
 #include "config/settings.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace velmora {
@@ -10,6 +11,14 @@ void SetDefaultPreferences(Settings& settings, const std::filesystem::path& home
   settings = Settings{};
   settings.target.values = keptValues;
   settings.files.saveAs.file = (homeFolder / "test.hex").string();
+}
+
+void SetLastScriptFile(FileStates& files, const std::string& name) {
+  auto& last = files.lastScripts;
+  auto found = std::find(last.begin(), last.end(), name);
+  if (found == last.end()) found = last.end() - 1;
+  std::move_backward(last.begin(), found, found + 1);
+  last.front() = name;
 }
 
 std::filesystem::path UserHomeFolder() {

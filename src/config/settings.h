@@ -70,6 +70,10 @@ struct Settings {
 // of the drive of the save-as dialog's default file.
 void SetDefaultPreferences(Settings& settings, const std::filesystem::path& homeFolder);
 
+// Records a script that was run in the list of the four most recent ones, most recent
+// first and each only once.
+void SetLastScriptFile(FileStates& files, const std::string& name);
+
 // The user's home folder ($HOME, else "/").
 std::filesystem::path UserHomeFolder();
 

@@ -41,6 +41,9 @@ MessageLog::MessageLog(std::string logPath) : logPath_(std::move(logPath)) {}
 
 void MessageLog::Text2Buffer(std::string_view text) {
   const auto closed = list_.Append(text);
+  if (observer_) {
+    for (const auto& line : closed) observer_(line);
+  }
   if (!LoggingOn() || closed.empty()) return;
   std::string lines;
   for (const auto& line : closed) {

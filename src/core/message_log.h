@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,9 @@ class MessageLog {
   void Text2Buffer(std::string_view text);
   // Convenience for the common case: the text followed by CR LF.
   void WriteLine(std::string_view text);
+
+  // Called with every line as soon as it is closed (the headless runner prints them).
+  void SetLineObserver(std::function<void(const std::string&)> observer) { observer_ = std::move(observer); }
 
   const MessageList& List() const { return list_; }
   MessageList& List() { return list_; }
@@ -44,6 +48,7 @@ class MessageLog {
   int32_t logEnable_ = 0;
   std::string logPath_;
   bool logFailureReported_ = false;
+  std::function<void(const std::string&)> observer_;
 };
 
 }  // namespace velmora

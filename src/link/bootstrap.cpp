@@ -33,6 +33,7 @@ std::string ackText(int16_t byte) { return HexN(byte, 2); }
 
 void Loader_pre(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return;
   const auto& images = link.context().settings.images;
   prepareStream(link, images.loaderKline, images.loader, "*Loader file Prepare",
                 link.boot.loaderStream);
@@ -40,6 +41,7 @@ void Loader_pre(Link& link) {
 
 void Velmora_pre(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return;
   const auto& images = link.context().settings.images;
   prepareStream(link, images.monitorKline, images.monitor, "*VelmoraKorda file Prepare",
                 link.boot.monitorStream);
@@ -47,6 +49,7 @@ void Velmora_pre(Link& link) {
 
 int16_t Initiate(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return monitor_status::kBusy;
   auto& context = link.context();
   if (context.frontend.MessageBox(kResetQuestion, BoxButtons::OkCancel, BoxIcon::None, {}) !=
       BoxAnswer::Ok) {
@@ -61,6 +64,7 @@ int16_t Initiate(Link& link) {
 
 int16_t Loader_new(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return monitor_status::kBusy;
   std::vector<uint8_t> stream = link.boot.loaderStream;
   if (!stream.empty()) link.transport().SSSendN(stream);
   link.boot.loaderAck = link.transport().SSReceive();
@@ -69,6 +73,7 @@ int16_t Loader_new(Link& link) {
 
 void Velmora_new(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return;
   auto& context = link.context();
   std::vector<uint8_t> stream = link.boot.monitorStream;
   if (!stream.empty()) link.transport().SSSendN(stream);
@@ -86,6 +91,7 @@ void Velmora_new(Link& link) {
 
 int16_t Receive_ID_VelmoraACK(Link& link) {
   Exchange exchange(link.transport());
+  if (exchange.Refused()) return monitor_status::kBusy;
   auto& log = link.context().log;
   const auto& bytes = link.context().settings.bytes;
   const BootstrapState& boot = link.boot;

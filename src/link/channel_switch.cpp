@@ -92,7 +92,6 @@ int16_t ReconnectTarget(Link& link) {
   if (status == 0) {
     link.context().log.WriteLine("*Monitor ready");
     link.SetState(TargetState::Ready);
-    if (link.afterConnection) link.afterConnection();
   } else {
     link.context().log.WriteLine("*ERROR: Monitor not ready");
     link.SetState(TargetState::NotConnected);

@@ -75,7 +75,8 @@ class Link {
   // Where the monitor is entered at a break; follows the monitor area.
   int32_t breakEntry = kDefaultMonitorArea.start;
 
-  // Hooks for the layers above: after a connection or reconnection succeeded, and when
+  // Hooks for the layers above: after a connection succeeded (a reconnect only finds a
+  // running monitor again and initialises nothing), and when
   // the monitor regains control at a break (with the break address). A break hook
   // returns true when it has dealt with the break.
   std::function<void()> afterConnection;

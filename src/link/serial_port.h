@@ -35,12 +35,15 @@ class SerialPort {
   // Reads up to count bytes of what has arrived.
   virtual std::vector<uint8_t> Read(size_t count) = 0;
   virtual void DiscardInput() = 0;
-  // Blocks up to timeout until input arrives; returns at once when some is waiting.
+  // Blocks up to timeout until input arrives beyond what is already buffered.
   virtual void WaitForInput(std::chrono::milliseconds timeout) = 0;
 
   // The received-byte notification: while enabled, onReceived runs (from the event loop)
   // whenever bytes arrive.
   virtual void SetReceiveNotification(bool enabled) = 0;
+  // The event loop's turn for ports that have no event loop of their own: hands arrived
+  // bytes to the received-byte notification.
+  virtual void Poll() {}
   void SetReceivedHandler(std::function<void()> handler) { onReceived_ = std::move(handler); }
 
  protected:

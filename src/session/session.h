@@ -1,10 +1,12 @@
 // Everything the program keeps for a whole run, in one object: there are no globals, and
-// a test makes as many sessions as it needs. Later layers add their state here.
+// a test makes as many sessions as it needs.
 #pragma once
 
 #include <filesystem>
 #include <string>
 
+#include "commands/interpreter.h"
+#include "commands/target_setup.h"
 #include "config/settings.h"
 #include "core/image_ops.h"
 #include "core/memory_image.h"
@@ -12,6 +14,8 @@
 #include "core/selection_list.h"
 #include "formats/controller_types.h"
 #include "formats/register_table.h"
+#include "link/link.h"
+#include "link/port_selector.h"
 
 namespace velmora {
 
@@ -19,7 +23,9 @@ class Frontend;
 
 class Session {
  public:
-  Session(Frontend& frontend, std::filesystem::path programFolder);
+  // externalPorts opens device names other than "virtual" (real ports, pseudo-terminals);
+  // without it only the virtual board can be reached.
+  Session(Frontend& frontend, std::filesystem::path programFolder, PortFactory externalPorts = {});
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
@@ -37,10 +43,28 @@ class Session {
   RegisterTable registers;
   // The session's clipboard; the desktop application mirrors it to the system's.
   std::string clipboard;
+  ResetConfiguration resetConfig;
+
+  PortSelector& port() { return port_; }
+  Link& link() { return link_; }
+  Interpreter& interpreter() { return interpreter_; }
+  // The board behind "virtual" while that port is in use, for tests and demonstrations.
+  class Board* virtualBoard() { return virtualBoard_; }
+
+  // _quit or the end of the run asked the program to end.
+  bool QuitRequested() const { return quitRequested_; }
 
  private:
+  std::unique_ptr<SerialPort> makePort(const std::string& device);
+
   Frontend& frontend_;
   std::filesystem::path programFolder_;
+  PortFactory externalPorts_;
+  class Board* virtualBoard_ = nullptr;
+  PortSelector port_;
+  Link link_;
+  Interpreter interpreter_;
+  bool quitRequested_ = false;
 };
 
 // The folder of the program's files: --home, else VELMORA_HOME, else the executable's.

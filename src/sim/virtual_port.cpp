@@ -73,11 +73,16 @@ void VirtualPort::DiscardInput() {
 }
 
 void VirtualPort::WaitForInput(std::chrono::milliseconds timeout) {
-  const auto limit = Clock::now() + timeout;
-  collect(Clock::now());
-  if (BytesAvailable() > 0) return;
-  auto until = limit;
-  if (!incoming_.empty()) until = std::min(until, incoming_.front().arrival);
+  const auto now = Clock::now();
+  collect(now);
+  auto until = now + timeout;
+  // Until the next byte still on the wire arrives (bytes already here do not count).
+  for (const auto& byte : incoming_) {
+    if (byte.arrival > now) {
+      until = std::min(until, byte.arrival);
+      break;
+    }
+  }
   std::this_thread::sleep_until(until);
 }
 

@@ -36,7 +36,7 @@ class VirtualPort : public SerialPort {
   void SetReceiveNotification(bool enabled) override { notify_ = enabled; }
 
   // The event loop's turn: hands arrived bytes to the received-byte notification.
-  void Poll();
+  void Poll() override;
 
  private:
   struct InByte {

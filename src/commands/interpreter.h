@@ -1,0 +1,103 @@
+// The command language: ExecuteCommand runs one command line, ExecuteScript a script
+// file with DO/LOOP, IF/ELSE/ENDIF, comments and the variables %0 to %99.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "commands/target_setup.h"
+#include "formats/controller_types.h"
+
+namespace velmora {
+
+class Link;
+
+// What the commands reach beyond the link.
+struct CommandContext {
+  Link& link;
+  ControllerTypeTable& controllerTypes;
+  std::string& clipboard;
+  ResetConfiguration& resetConfig;
+  // _quit: the program closes its port, saves its preferences and ends.
+  std::function<void()> quit;
+  // A script file was started (for the recent-script list).
+  std::function<void(const std::string&)> setLastScriptFile;
+};
+
+enum class ScriptOutcome { Succeeded, Aborted, Failed, NotFound };
+
+inline constexpr int kScriptVariables = 100;
+inline constexpr int kMaxScriptLines = 1001;
+inline constexpr int kMaxLoopDepth = 100;
+inline constexpr int kMaxScriptNesting = 16;
+
+// The general results of a command line.
+namespace command_result {
+inline constexpr int16_t kRan = 0;
+inline constexpr int16_t kIllegalCommand = -1;
+inline constexpr int16_t kIllegalParameters = -2;
+inline constexpr int16_t kIllegalParameterCount = -3;
+}  // namespace command_result
+
+// One command being run: its parameters and the two parts of its status.
+struct CommandCall {
+  std::vector<std::string> parameters;
+  int16_t general = command_result::kIllegalCommand;
+  int16_t failure = 0;
+
+  size_t Count() const { return parameters.size(); }
+  // Sets the general result for a count outside min..max; true when the count is fine.
+  bool CountIn(size_t min, size_t max);
+};
+
+class Interpreter {
+ public:
+  explicit Interpreter(CommandContext context);
+
+  int16_t ExecuteCommand(std::string_view line);
+  ScriptOutcome ExecuteScript(const std::string& file);
+
+  // The Escape key of the windows, Ctrl-C of the runner.
+  void RequestAbort() { scriptAbort_ = true; }
+  bool AbortRequested() const { return scriptAbort_; }
+
+  std::array<int32_t, kScriptVariables>& variables() { return variables_; }
+  CommandContext& context() { return context_; }
+  Link& link() { return context_.link; }
+
+  // The expression language of _assign, IF and the messages.
+  // -1 when the text does not begin with "%"; -2 for a "%" name that is no variable.
+  static int VariableIndex(std::string_view text);
+  // 0..FFFF, -1 when not connected, -2 when the read failed, -3 for an unknown register.
+  int32_t ReadSfrWord(std::string_view name);
+  // The operand's value, or a negative number for an error.
+  int64_t EvalOperand(std::string_view text, bool* registerReadFailed = nullptr);
+  // 0 or more, or -1 for an error.
+  int32_t EvalExpression(std::string_view expression);
+  // 1 true, 0 false, -1 .. -5 errors.
+  int16_t EvalCondition(std::string_view condition);
+  // 0, or -1 for an error.
+  int16_t AssignVariable(std::string_view assignment);
+  // The text of _message and _cmessage.
+  std::string MessageText(const std::vector<std::string>& parameters);
+
+  // Waits, letting the user interface run, for whole seconds.
+  void Delay(int64_t seconds);
+
+ private:
+  ScriptOutcome runScript(const std::vector<std::string>& lines);
+
+  CommandContext context_;
+  std::array<int32_t, kScriptVariables> variables_{};
+  bool scriptAbort_ = false;
+  int scriptDepth_ = 0;
+};
+
+// The 40 lines of _help, as they are written.
+const std::vector<std::string>& HelpLines();
+
+}  // namespace velmora
