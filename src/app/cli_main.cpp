@@ -1,39 +1,207 @@
-// velmora-cli: the headless runner. The command language and scripts are not here yet;
-// this build reports what the program can do so far.
+// velmora-cli: the headless runner. It starts like the desktop application, runs the
+// command lines and scripts it is given in order, prints every message line, and quits
+// (writing the default preferences unless told not to).
+#include <QCoreApplication>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
+#include <poll.h>
 #include <string>
+#include <unistd.h>
+#include <vector>
 
+#include "app/console_frontend.h"
+#include "app/qt_serial_port.h"
+#include "session/command_input.h"
 #include "session/session.h"
+#include "session/startup.h"
 
 namespace {
 
-constexpr const char* kVersion = "0.1.0";
+using velmora::Session;
 
-void printAbout(const std::filesystem::path& folder) {
-  std::printf("velmora-cli %s: host tools for Korda 16-bit controller boards\n", kVersion);
-  std::printf("Program folder: %s\n\n", folder.c_str());
-  std::puts("This build holds the core of the program:");
-  std::puts("  - the 16 MB memory image with defined/protected/valid flags per byte");
-  std::puts("  - the selection list (sorted, merged, at most 1001 ranges)");
-  std::puts("  - the Intel HEX reader and writer (20- and 32-bit address records)");
-  std::puts("  - the message log and the log file");
-  std::puts("");
-  std::puts("Not yet here: the target link, the virtual board, the command language and");
-  std::puts("scripts. Until they land this program only prints this text.");
+constexpr const char* kUsage =
+    "usage: velmora-cli [--home DIR] [--port NAME] [--baud N] [--no-save] [--no-questions]\n"
+    "                   [-i] [-c LINE]... [SCRIPT]...\n"
+    "\n"
+    "Starts like the desktop program (controller database, default.ini, serial port), then\n"
+    "runs each -c line and each script in the order given, stopping at the first that fails.\n"
+    "A line starting with \"_\" is a command (_help lists them); \":\" followed by hex pairs,\n"
+    "or any other text, is sent raw to the target. Every message line is printed as soon as\n"
+    "it is complete; message boxes go to standard error and are answered OK / Yes.\n"
+    "\n"
+    "  --home DIR       program folder (default: $VELMORA_HOME, else the program's folder)\n"
+    "  --port NAME      COM1..COM4, a device such as /dev/ttyUSB0 or /dev/pts/3, or virtual\n"
+    "                   (the built-in virtual board)\n"
+    "  --baud N         baud rate\n"
+    "  --no-save        do not write default.ini when the run ends\n"
+    "  --no-questions   a question or input box fails the run instead of being answered\n"
+    "  -i               read command lines from standard input; target output is shown as\n"
+    "                   it arrives; end with end-of-file or _quit\n"
+    "  -c LINE          run one command line\n"
+    "\n"
+    "Exit status: 0 all succeeded, 1 something failed, 2 bad usage.\n";
+
+struct Item {
+  bool isLine;
+  std::string text;
+};
+
+struct Options {
+  std::string home;
+  std::string port;
+  int baud = 0;
+  bool noSave = false;
+  bool noQuestions = false;
+  bool interactive = false;
+  std::vector<Item> items;
+};
+
+bool parse(int argc, char** argv, Options& options) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    const auto value = [&](std::string& out) {
+      if (i + 1 >= argc) return false;
+      out = argv[++i];
+      return true;
+    };
+    std::string text;
+    if (arg == "--home") {
+      if (!value(options.home)) return false;
+    } else if (arg == "--port") {
+      if (!value(options.port)) return false;
+    } else if (arg == "--baud") {
+      if (!value(text)) return false;
+      options.baud = std::atoi(text.c_str());
+      if (options.baud <= 0) return false;
+    } else if (arg == "--no-save") {
+      options.noSave = true;
+    } else if (arg == "--no-questions") {
+      options.noQuestions = true;
+    } else if (arg == "-i") {
+      options.interactive = true;
+    } else if (arg == "-c") {
+      if (!value(text)) return false;
+      options.items.push_back({true, text});
+    } else if (arg == "--help" || arg == "-h") {
+      std::fputs(kUsage, stdout);
+      std::exit(0);
+    } else if (!arg.empty() && arg[0] == '-') {
+      return false;
+    } else {
+      options.items.push_back({false, arg});
+    }
+  }
+  return true;
+}
+
+// Prints closed lines at once and, in interactive use, the open line as it grows.
+class LinePrinter {
+ public:
+  explicit LinePrinter(bool showOpenLine) : showOpenLine_(showOpenLine) {}
+  void Closed(const std::string& line) {
+    std::fputs(line.c_str() + std::min(printed_, line.size()), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+    printed_ = 0;
+  }
+  void Open(const std::string& line) {
+    if (!showOpenLine_ || line.size() <= printed_) return;
+    std::fputs(line.c_str() + printed_, stdout);
+    std::fflush(stdout);
+    printed_ = line.size();
+  }
+
+ private:
+  bool showOpenLine_;
+  size_t printed_ = 0;
+};
+
+// A script named on the command line: the current directory first, then the program folder.
+std::string scriptPath(const std::string& name, Session& session) {
+  std::error_code error;
+  if (std::filesystem::exists(name, error)) return std::filesystem::absolute(name).string();
+  return session.Resolve(name).string();
+}
+
+bool runItem(const Item& item, Session& session) {
+  if (item.isLine) return velmora::EnterCommandLine(session, item.text) == 0;
+  const std::string path = scriptPath(item.text, session);
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) {
+    session.frontend().MessageBox("Illegal startup parameters", velmora::BoxButtons::Ok,
+                                  velmora::BoxIcon::Critical, {});
+    return false;
+  }
+  return session.interpreter().ExecuteScript(path) == velmora::ScriptOutcome::Succeeded;
+}
+
+// Reads command lines from standard input while serving the port between them.
+bool interactive(Session& session) {
+  bool ok = true;
+  std::string pending;
+  while (!session.QuitRequested()) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (::poll(&input, 1, 20) > 0) {
+      char buffer[512];
+      const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
+      if (got <= 0) break;
+      pending.append(buffer, static_cast<size_t>(got));
+      for (size_t end; (end = pending.find('\n')) != std::string::npos;) {
+        std::string line = pending.substr(0, end);
+        pending.erase(0, end + 1);
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        ok = velmora::EnterCommandLine(session, line) == 0 && ok;
+      }
+    }
+    session.frontend().ProcessEvents(std::chrono::milliseconds(0));
+  }
+  return ok;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string home;
-  for (int i = 1; i < argc; ++i) {
-    if (std::strcmp(argv[i], "--version") == 0) {
-      std::printf("velmora-cli %s\n", kVersion);
-      return 0;
-    }
-    if (std::strcmp(argv[i], "--home") == 0 && i + 1 < argc) home = argv[++i];
+  Options options;
+  if (!parse(argc, argv, options)) {
+    std::fputs(kUsage, stderr);
+    return 2;
   }
-  printAbout(velmora::ProgramFolder(home, argv[0]));
-  return 0;
+  QCoreApplication application(argc, argv);
+  velmora::ConsoleFrontend::InstallInterruptHandler();
+  velmora::ConsoleFrontend frontend({options.noQuestions, false});
+
+  const auto folder = velmora::ProgramFolder(options.home, argv[0]);
+  Session session(frontend, folder, [](const std::string&) -> std::unique_ptr<velmora::SerialPort> {
+    return std::make_unique<velmora::QtSerialPort>();
+  });
+  frontend.Attach(&session);
+  LinePrinter printer(options.interactive);
+  session.log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
+  frontend.SetIdleHandler([&] { printer.Open(session.log.List().OpenLine()); });
+
+  velmora::StartupOptions startup;
+  startup.extractor = std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "velmora-extract";
+  bool ok = velmora::Startup(session, startup);
+
+  auto& com = session.settings.communication;
+  if (!options.port.empty() || options.baud > 0) {
+    if (!options.port.empty()) com.SetPort(options.port);
+    if (options.baud > 0) com.baudRate = options.baud;
+    session.link().ClosePort();
+    session.link().EnsurePortOpen();
+  }
+  // Only a person at a real board can be asked to press its reset button.
+  frontend.SetWaitForUser(::isatty(STDIN_FILENO) && !options.interactive &&
+                          com.PortText() != "virtual");
+
+  for (const Item& item : options.items) {
+    if (!ok || session.QuitRequested()) break;
+    ok = runItem(item, session) && ok;
+  }
+  if (ok && options.interactive) ok = interactive(session);
+
+  velmora::Quit(session, !options.noSave);
+  if (frontend.QuestionRefused()) ok = false;
+  return ok ? 0 : 1;
 }

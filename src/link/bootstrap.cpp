@@ -55,6 +55,7 @@ int16_t Initiate(Link& link) {
       BoxAnswer::Ok) {
     return -1;
   }
+  if (link.onResetConfirmed) link.onResetConfirmed();
   link.transport().Discard();
   context.log.WriteLine("*send 0 Byte + Loader + VelmoraCore");
   link.transport().SSSend(0x00);

@@ -81,6 +81,8 @@ class Link {
   // returns true when it has dealt with the break.
   std::function<void()> afterConnection;
   std::function<bool(int32_t breakAddress)> onBreak;
+  // The user has confirmed that the board was reset (the virtual board follows it).
+  std::function<void()> onResetConfirmed;
   // The address the disassembly shows after a break.
   int32_t currentAddress = -1;
 

@@ -6,6 +6,7 @@
 #include "core/hex_text.h"
 #include "core/paths.h"
 #include "link/unsolicited_bytes.h"
+#include "sim/board.h"
 #include "sim/board_setup.h"
 #include "sim/virtual_board_port.h"
 
@@ -25,6 +26,9 @@ Session::Session(Frontend& frontend, std::filesystem::path programFolder, PortFa
   image.InitImage();
   SetDefaultPreferences(settings, UserHomeFolder());
   link_.afterConnection = [this] { AfterConnection(link_, resetConfig); };
+  link_.onResetConfirmed = [this] {
+    if (virtualBoard_) virtualBoard_->ResetToBootstrap();
+  };
   port_.SetReceivedHandler([this] { HandleUnsolicitedBytes(link_); });
 }
 

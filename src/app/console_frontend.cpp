@@ -1,0 +1,97 @@
+#include "app/console_frontend.h"
+
+#include <QCoreApplication>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <thread>
+
+#include "link/bootstrap.h"
+#include "link/channel_switch.h"
+#include "session/startup.h"
+#include "session/session.h"
+
+namespace velmora {
+namespace {
+
+std::atomic<int> gInterrupts{0};  // written by the signal handler only
+
+extern "C" void onInterrupt(int) { gInterrupts.fetch_add(1); }
+
+// Texts of OK boxes that ask the person at the board to do something first.
+bool asksToAct(std::string_view text) {
+  return text == kResetQuestion || text == kMoveCableMessage ||
+         text == "Please klick to the OK Button to continue";
+}
+
+// Message texts separate their lines with CR; a terminal wants LF.
+std::string printable(std::string_view text) {
+  std::string out(text);
+  for (char& ch : out) {
+    if (ch == '\r') ch = '\n';
+  }
+  return out;
+}
+
+}  // namespace
+
+void ConsoleFrontend::InstallInterruptHandler() {
+  struct sigaction action {};
+  action.sa_handler = onInterrupt;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+}
+
+int ConsoleFrontend::Interrupts() { return gInterrupts.load(); }
+
+BoxAnswer ConsoleFrontend::MessageBox(std::string_view text, BoxButtons buttons, BoxIcon,
+                                      std::string_view) {
+  std::fprintf(stderr, "[message] %s\n", printable(text).c_str());
+  if (buttons != BoxButtons::Ok && policy_.refuseQuestions) {
+    questionRefused_ = true;
+    std::fprintf(stderr, "[answer] %s (questions are refused)\n", buttons == BoxButtons::YesNo ? "No" : "Cancel");
+    return buttons == BoxButtons::YesNo ? BoxAnswer::No : BoxAnswer::Cancel;
+  }
+  if (policy_.waitForUser && asksToAct(text)) {
+    std::fprintf(stderr, "[press Enter to go on]\n");
+    std::string ignored;
+    std::getline(std::cin, ignored);
+  }
+  return buttons == BoxButtons::YesNo ? BoxAnswer::Yes : BoxAnswer::Ok;
+}
+
+std::optional<std::string> ConsoleFrontend::InputBox(std::string_view prompt, std::string_view,
+                                                     std::string_view defaultText) {
+  std::fprintf(stderr, "[input] %s\n", printable(prompt).c_str());
+  if (policy_.refuseQuestions) {
+    questionRefused_ = true;
+    return std::nullopt;
+  }
+  return std::string(defaultText);
+}
+
+void ConsoleFrontend::ShowMessageWindow(std::string_view text) {
+  if (!text.empty()) std::fprintf(stderr, "[window] %s\n", printable(text).c_str());
+}
+
+void ConsoleFrontend::ProcessEvents(std::chrono::milliseconds maxWait) {
+  if (QCoreApplication::instance()) QCoreApplication::processEvents();
+  if (session_) {
+    session_->port().Poll();
+    const int interrupts = gInterrupts.load();
+    if (interrupts > interruptsSeen_) {
+      interruptsSeen_ = interrupts;
+      if (interrupts >= 2) {
+        Quit(*session_, false);
+        std::fprintf(stderr, "Interrupted.\n");
+        std::fflush(stdout);
+        std::_Exit(1);
+      }
+      session_->interpreter().RequestAbort();
+    }
+  }
+  if (idle_) idle_();
+  if (maxWait.count() > 0) std::this_thread::sleep_for(std::min(maxWait, std::chrono::milliseconds(10)));
+}
+
+}  // namespace velmora
