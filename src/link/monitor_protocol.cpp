@@ -1,5 +1,6 @@
 #include "link/monitor_protocol.h"
 
+#include <functional>
 #include <vector>
 
 #include "core/frontend.h"
@@ -26,13 +27,31 @@ void MonitorProtocol::sendWord(int32_t value) {
   transport_.SSSend(static_cast<uint8_t>(value >> 8));
 }
 
+int16_t MonitorProtocol::begin(int32_t command) {
+  transport_.SSSend(static_cast<uint8_t>(command));
+  return expect(bytes_.ack1) ? kOk : kNoAck1;
+}
+
+int16_t MonitorProtocol::finish(int16_t status) { return expect(bytes_.ack2) ? status : kNoAck2; }
+
 int16_t MonitorProtocol::simple(int32_t command) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(command));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
-  if (!expect(bytes_.ack2)) status = kNoAck2;
+  return finish(begin(command));
+}
+
+int16_t MonitorProtocol::checksumExchange(uint8_t checksum, bool mismatchUnconfirms,
+                                          const std::function<void()>& unconfirmed, int16_t status) {
+  transport_.SSSend(static_cast<uint8_t>(bytes_.getChecksum));
+  if (!expect(bytes_.ack1)) status = kNoChecksumAck1;
+  if (transport_.SSReceive() != checksum) {
+    if (mismatchUnconfirms) unconfirmed();
+    status = kChecksum;
+  }
+  if (!expect(bytes_.ack2)) {
+    unconfirmed();
+    status = kNoChecksumAck2;
+  }
   return status;
 }
 
@@ -43,32 +62,24 @@ int16_t MonitorProtocol::Cmd_Swreset() { return simple(bytes_.swReset); }
 int16_t MonitorProtocol::Cmd_Jmp(int32_t address) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(bytes_.go));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
+  int16_t status = begin(bytes_.go);
   sendAddress(address);
-  if (!expect(bytes_.ack2)) status = kNoAck2;
-  return status;
+  return finish(status);
 }
 
 int16_t MonitorProtocol::Cmd_WriteWord(int32_t address, int32_t value) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(bytes_.writeWord));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
+  int16_t status = begin(bytes_.writeWord);
   sendAddress(address);
   sendWord(value);
-  if (!expect(bytes_.ack2)) status = kNoAck2;
-  return status;
+  return finish(status);
 }
 
 int16_t MonitorProtocol::Cmd_Call(int32_t address, CallRegisters& registers) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(bytes_.call));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
+  int16_t status = begin(bytes_.call);
   sendAddress(address);
   for (int32_t value : registers) sendWord(value);
 
@@ -100,9 +111,7 @@ int16_t MonitorProtocol::Cmd_Call(int32_t address, CallRegisters& registers) {
 int16_t MonitorProtocol::Cmd_Write(int32_t address, int32_t count) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(bytes_.writeBlock));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
+  int16_t status = begin(bytes_.writeBlock);
   sendAddress(address);
   sendWord(count);
 
@@ -118,25 +127,13 @@ int16_t MonitorProtocol::Cmd_Write(int32_t address, int32_t count) {
     unconfirmed();
     status = kNoAck2;
   }
-  transport_.SSSend(static_cast<uint8_t>(bytes_.getChecksum));
-  if (!expect(bytes_.ack1)) status = kNoChecksumAck1;
-  if (transport_.SSReceive() != checksum) {
-    unconfirmed();
-    status = kChecksum;
-  }
-  if (!expect(bytes_.ack2)) {
-    unconfirmed();
-    status = kNoChecksumAck2;
-  }
-  return status;
+  return checksumExchange(checksum, true, unconfirmed, status);
 }
 
 int16_t MonitorProtocol::Cmd_Read(int32_t address, int32_t count) {
   Exchange exchange(transport_);
   if (exchange.Refused()) return kBusy;
-  int16_t status = kOk;
-  transport_.SSSend(static_cast<uint8_t>(bytes_.readBlock));
-  if (!expect(bytes_.ack1)) status = kNoAck1;
+  int16_t status = begin(bytes_.readBlock);
   sendAddress(address);
   sendWord(count);
 
@@ -153,14 +150,8 @@ int16_t MonitorProtocol::Cmd_Read(int32_t address, int32_t count) {
     unconfirmed();
     status = kNoAck2;
   }
-  transport_.SSSend(static_cast<uint8_t>(bytes_.getChecksum));
-  if (!expect(bytes_.ack1)) status = kNoChecksumAck1;
-  if (transport_.SSReceive() != checksum) status = kChecksum;
-  if (!expect(bytes_.ack2)) {
-    unconfirmed();
-    status = kNoChecksumAck2;
-  }
-  return status;
+  // A read whose checksum differs keeps its flags: the bytes are what arrived.
+  return checksumExchange(checksum, false, unconfirmed, status);
 }
 
 }  // namespace velmora

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 
 #include "config/monitor_bytes.h"
 #include "core/memory_image.h"
@@ -48,6 +49,13 @@ class MonitorProtocol {
   Transport& transport() { return transport_; }
 
  private:
+  // Sends the command byte; kOk or kNoAck1 after its first acknowledge.
+  int16_t begin(int32_t command);
+  // The second acknowledge closes the command: status, or kNoAck2 when it is missing.
+  int16_t finish(int16_t status);
+  // C_GETCHECKSUM after a block: the target's checksum and acknowledges.
+  int16_t checksumExchange(uint8_t checksum, bool mismatchUnconfirms,
+                           const std::function<void()>& unconfirmed, int16_t status);
   int16_t simple(int32_t command);
   void sendAddress(int32_t address);
   void sendWord(int32_t value);
