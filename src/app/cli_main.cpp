@@ -3,12 +3,14 @@
 // (writing the default preferences unless told not to).
 #include <QCoreApplication>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <iostream>
-#include <poll.h>
+#include <filesystem>
 #include <string>
-#include <unistd.h>
 #include <vector>
+
+#include <poll.h>
+#include <unistd.h>
 
 #include "app/console_frontend.h"
 #include "app/qt_serial_port.h"
