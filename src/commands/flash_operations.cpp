@@ -176,7 +176,7 @@ int16_t ProgramSelections(Link& link, bool intelligent) {
     const Selection s = user.At(i);
     int64_t a = s.start;
     while (a <= s.end) {
-      const MemoryLocation at = FindMemoryRegion(units, static_cast<int32_t>(a));
+      MemoryLocation at = FindMemoryRegion(units, static_cast<int32_t>(a));
       if (!at.Found()) {
         ++a;
         continue;
@@ -187,6 +187,10 @@ int16_t ProgramSelections(Link& link, bool intelligent) {
       if (a % burst != 0) {
         a -= a % burst;
         if (i > 0 && a <= user.At(i - 1).end) a += burst;
+        // The previous selection's last burst may already have covered all of this one.
+        if (a > s.end) break;
+        const MemoryLocation aligned = FindMemoryRegion(units, static_cast<int32_t>(a));
+        if (aligned.unit == at.unit) at = aligned;
       }
       if (intelligent && !(at.unit == lastErased.unit && at.section == lastErased.section) &&
           unit.HasFeature("ERASE")) {

@@ -1,8 +1,10 @@
 #include "commands/target_setup.h"
 
 #include <array>
-#include <clocale>
-#include <cstdio>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
 #include <optional>
 
 #include "core/hex_text.h"
@@ -38,13 +40,17 @@ std::optional<int32_t> readRegister(Link& link, int32_t address) {
   return value;
 }
 
+// One decimal place with the user's decimal separator, leaving the program's own number
+// formatting as it was.
 std::string volts(int32_t value) {
-  // One decimal place with the user's decimal separator.
-  char text[32];
-  std::setlocale(LC_NUMERIC, "");
-  std::snprintf(text, sizeof text, "%.1f", value * 20.0 / 256.0);
-  std::setlocale(LC_NUMERIC, "C");
-  return text;
+  std::ostringstream text;
+  try {
+    text.imbue(std::locale(""));
+  } catch (const std::runtime_error&) {
+    text.imbue(std::locale::classic());
+  }
+  text << std::fixed << std::setprecision(1) << value * 20.0 / 256.0;
+  return text.str();
 }
 
 std::string memoryType(int32_t type) {

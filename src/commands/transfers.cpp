@@ -37,11 +37,14 @@ std::string progress(std::string_view operation, int64_t total) {
   return "*" + std::string(operation) + ": " + SignedDecimal(total) + " bytes ";
 }
 
+// A byte as the checksums count it: 0 when the image holds no value for it.
+uint32_t checksumByte(MemoryImage& image, int32_t a) { return image.IsDefined(a) ? image.GetByte(a) : 0; }
+
 // The value at a in the checksum's width: a byte, or the word at a rounded down to even.
 uint32_t checksumValue(MemoryImage& image, int32_t a, int width) {
-  if (width == 1) return image.GetByte(a);
+  if (width == 1) return checksumByte(image, a);
   const int32_t even = a & ~1;
-  return image.GetByte(even) | (image.GetByte(even + 1) << 8);
+  return checksumByte(image, even) | (checksumByte(image, even + 1) << 8);
 }
 
 template <typename Fold>

@@ -22,7 +22,7 @@ int16_t UploadSelections(Link& link);
 int32_t CompareSelections(Link& link, const std::string& reportFile);
 
 // Width code 1: 8 bits, 2: 16 bits. They read the image only (bytes without a value count
-// as what the image holds) and write "*Checksum: " with the result.
+// as 0) and write "*Checksum: " with the result.
 int16_t XorChecksum(MemoryImage& image, const SelectionList& selections, MessageLog& log, int width);
 int16_t AddcChecksum(MemoryImage& image, const SelectionList& selections, MessageLog& log,
                      int width, bool endCarry);

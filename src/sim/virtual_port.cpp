@@ -41,11 +41,15 @@ bool VirtualPort::Write(std::span<const uint8_t> bytes) {
   return true;
 }
 
+// The output buffer is empty once the last byte has moved into the transmitter, one byte
+// time before it has left the line: a byte written then follows it without a gap, as on
+// a real serial interface.
 bool VirtualPort::WaitForBytesWritten(std::chrono::milliseconds timeout) {
   if (!open_) return false;
-  const auto until = std::min(hostLineFree_, Clock::now() + timeout);
+  const auto emptied = hostLineFree_ - byteTime();
+  const auto until = std::min(emptied, Clock::now() + timeout);
   if (until > Clock::now()) std::this_thread::sleep_until(until);
-  return hostLineFree_ <= Clock::now();
+  return emptied <= Clock::now();
 }
 
 size_t VirtualPort::BytesAvailable() {
