@@ -49,6 +49,7 @@
 #include "formats/register_table.h"
 #include "link/bootstrap.h"
 #include "link/link.h"
+#include "link/wait_precision.h"
 #include "sim/board.h"
 #include "sim/board_setup.h"
 #include "sim/virtual_port.h"
@@ -267,6 +268,7 @@ int run(const std::filesystem::path& home, int32_t kilobytes) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  velmora::UseFineTimerSlack();  // as the programs do; --timer-slack overrides it
   std::string homeOption;
   int32_t kilobytes = 0;
   for (int i = 1; i < argc; ++i) {

@@ -29,6 +29,7 @@
 #include "formats/controller_types.h"
 #include "formats/register_file.h"
 #include "formats/register_table.h"
+#include "link/wait_precision.h"
 #include "link/bootstrap.h"
 #include "link/link.h"
 #include "session/session.h"
@@ -185,6 +186,7 @@ void ptyRun(const std::filesystem::path& home) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  velmora::UseFineTimerSlack();  // as the programs do
   std::string homeOption;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--home") == 0 && i + 1 < argc) homeOption = argv[++i];

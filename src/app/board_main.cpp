@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "link/wait_precision.h"
 #include "core/message_log.h"
 #include "session/session.h"
 #include "sim/board.h"
@@ -157,6 +158,7 @@ void armFaults(const Options& options, BoardFaults& faults) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  velmora::UseFineTimerSlack();
   Options options;
   if (const auto exitStatus = parseArguments(argc, argv, options)) return *exitStatus;
 

@@ -14,6 +14,7 @@
 
 #include "app/console_frontend.h"
 #include "app/qt_serial_port.h"
+#include "link/wait_precision.h"
 #include "session/command_input.h"
 #include "session/session.h"
 #include "session/startup.h"
@@ -27,7 +28,7 @@ constexpr const char* kUsage =
     "                   [-i] [-c LINE]... [SCRIPT]...\n"
     "\n"
     "Starts like the desktop program (controller database, default.ini, serial port), then\n"
-    "runs each -c line and each script in the order given, stopping at the first that fails.\n"
+    "runs each -c line and each script in the order given (all of them, even after one fails).\n"
     "A line starting with \"_\" is a command (_help lists them); \":\" followed by hex pairs,\n"
     "or any other text, is sent raw to the target. Every message line is printed as soon as\n"
     "it is complete; message boxes go to standard error and are answered OK / Yes.\n"
@@ -170,6 +171,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   QCoreApplication application(argc, argv);
+  velmora::UseFineTimerSlack();
   velmora::ConsoleFrontend::InstallInterruptHandler();
   velmora::ConsoleFrontend frontend({options.noQuestions, false});
 
@@ -197,8 +199,10 @@ int main(int argc, char** argv) {
   frontend.SetWaitForUser(::isatty(STDIN_FILENO) && !options.interactive &&
                           com.PortText() != "virtual");
 
+  // Like the scripts named when the desktop program starts: each one runs, whatever became
+  // of the one before; any failure makes the exit status 1.
   for (const Item& item : options.items) {
-    if (!ok || session.QuitRequested()) break;
+    if (session.QuitRequested()) break;
     ok = runItem(item, session) && ok;
   }
   if (ok && options.interactive) ok = interactive(session);

@@ -104,11 +104,15 @@ int16_t EnsureDriver(Link& link, int unitIndex, std::string_view loadingText) {
   auto& context = link.context();
   MemoryUnit& unit = unitAt(link, unitIndex);
   if (unit.driverLoaded) return flash_status::kOk;
+  if (unit.driverPath.empty()) {
+    context.log.WriteLine("*ERROR: Memory unit " + unit.name + " has no driver");
+    return flash_status::kNoDriver;
+  }
   context.log.WriteLine(loadingText);
   context.log.WriteLine(std::string(loadingText) + unit.driverPath);
   const auto path = ResolveStoredPath(context.programFolder, unit.driverPath);
   HexRead(path.string(), context.image, context.selections, context.log);
-  if (unit.driverPath.empty() || context.selections.Count() == 0) return flash_status::kNoDriver;
+  if (context.selections.Count() == 0) return flash_status::kNoDriver;
   if (DownloadSelections(link) != 0) return flash_status::kNoDriver;
   link.ForgetDrivers();
   unit.driverLoaded = true;

@@ -54,7 +54,8 @@ void Interpreter::Delay(int64_t seconds) {
   using Clock = std::chrono::steady_clock;
   const auto until = Clock::now() + std::chrono::seconds(std::max<int64_t>(seconds, 0));
   auto& frontend = link().context().frontend;
-  while (Clock::now() < until && !scriptAbort_) {
+  // A running command is never cut short: Escape is seen between script lines.
+  while (Clock::now() < until) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now());
     frontend.ProcessEvents(std::min(left, std::chrono::milliseconds(50)));
   }

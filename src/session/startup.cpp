@@ -1,7 +1,9 @@
 #include "session/startup.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <thread>
 #include <vector>
@@ -23,30 +25,36 @@ bool readable(const std::filesystem::path& path) {
   return std::filesystem::is_regular_file(path, error);
 }
 
-// Starts the extraction program without waiting for it; false when it cannot be started.
-bool startExtractor(const std::filesystem::path& extractor, const std::filesystem::path& folder) {
+// Starts the extraction program without waiting for it (its report goes nowhere: the
+// runner's standard output holds message lines only); 0 when it cannot be started.
+pid_t startExtractor(const std::filesystem::path& extractor, const std::filesystem::path& folder) {
   std::string program = extractor.string();
   std::string flag = "-y";
   std::string target = folder.string();
   std::vector<char*> argv = {program.data(), flag.data(), target.data(), nullptr};
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   pid_t child = 0;
-  return posix_spawn(&child, program.c_str(), nullptr, nullptr, argv.data(), environ) == 0;
+  const int failed = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  return failed == 0 ? child : 0;
 }
 
 // The extraction's two files, waited for with a time limit so that a failed extraction
-// cannot hang the start.
-bool waitForDefaults(Session& session, std::chrono::milliseconds limit) {
+// cannot hang the start; and the extractor itself, which writes the rest of the folder.
+bool waitForDefaults(Session& session, pid_t extractor, std::chrono::milliseconds limit) {
   const auto registerFile = session.programFolder() / "SFRDEF" / "BRASK.SFR";
   const auto memoryFile = session.programFolder() / "MEMDEF" / "BRASK.MEM";
   const auto until = Clock::now() + limit;
+  bool running = true;
   while (Clock::now() < until) {
-    if (readable(registerFile) && readable(memoryFile)) return true;
-    session.frontend().ProcessEvents(std::chrono::milliseconds(50));
-    // Reap the extractor once it is done, so it does not linger as a zombie.
     int status = 0;
-    waitpid(-1, &status, WNOHANG);
+    if (running && waitpid(extractor, &status, WNOHANG) == extractor) running = false;
+    if (!running && readable(registerFile) && readable(memoryFile)) return true;
+    session.frontend().ProcessEvents(std::chrono::milliseconds(20));
   }
-  return readable(registerFile) && readable(memoryFile);
+  return !running && readable(registerFile) && readable(memoryFile);
 }
 
 }  // namespace
@@ -55,9 +63,9 @@ bool Startup(Session& session, const StartupOptions& options) {
   bool complete = true;
   const auto database = session.programFolder() / "mctypes.dat";
   if (!readable(database)) {
-    const bool started = startExtractor(options.extractor, session.programFolder());
+    const pid_t extractor = startExtractor(options.extractor, session.programFolder());
     session.frontend().MessageBox(kExtractingMessage, BoxButtons::Ok, BoxIcon::Information, {});
-    if (!started || !waitForDefaults(session, options.extractionWait)) {
+    if (extractor == 0 || !waitForDefaults(session, extractor, options.extractionWait)) {
       session.log.WriteLine("*ERROR: The program files could not be unpacked into " +
                             session.programFolder().string());
       complete = false;
