@@ -14,6 +14,7 @@
 
 #include "app/console_frontend.h"
 #include "app/qt_serial_port.h"
+#include "disasm/disassembly_listing.h"
 #include "link/wait_precision.h"
 #include "session/command_input.h"
 #include "session/session.h"
@@ -25,7 +26,7 @@ using velmora::Session;
 
 constexpr const char* kUsage =
     "usage: velmora-cli [--home DIR] [--port NAME] [--baud N] [--no-save] [--no-questions]\n"
-    "                   [-i] [-c LINE]... [SCRIPT]...\n"
+    "                   [-i] [--disassemble] [-c LINE]... [SCRIPT]...\n"
     "\n"
     "Starts like the desktop program (controller database, default.ini, serial port), then\n"
     "runs each -c line and each script in the order given (all of them, even after one fails).\n"
@@ -42,6 +43,7 @@ constexpr const char* kUsage =
     "  -i               read command lines from standard input; target output is shown as\n"
     "                   it arrives; end with end-of-file or _quit\n"
     "  -c LINE          run one command line\n"
+    "  --disassemble    at the end, print the disassembly listing of the selections\n"
     "\n"
     "Exit status: 0 all succeeded, 1 something failed, 2 bad usage.\n";
 
@@ -57,6 +59,7 @@ struct Options {
   bool noSave = false;
   bool noQuestions = false;
   bool interactive = false;
+  bool disassemble = false;
   std::vector<Item> items;
 };
 
@@ -81,6 +84,8 @@ bool parse(int argc, char** argv, Options& options) {
       options.noSave = true;
     } else if (arg == "--no-questions") {
       options.noQuestions = true;
+    } else if (arg == "--disassemble") {
+      options.disassemble = true;
     } else if (arg == "-i") {
       options.interactive = true;
     } else if (arg == "-c") {
@@ -207,6 +212,13 @@ int main(int argc, char** argv) {
   }
   if (ok && options.interactive) ok = interactive(session);
 
+  if (options.disassemble) {
+    velmora::DisassemblyListing listing;
+    int32_t position = session.link().currentAddress;
+    velmora::FillDisassembly(session.selections, session.image, session.decoder, listing, position);
+    for (const auto& line : listing.instructions) std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+  }
   velmora::Quit(session, !options.noSave);
   if (frontend.QuestionRefused()) ok = false;
   return ok ? 0 : 1;

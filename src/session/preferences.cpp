@@ -25,9 +25,11 @@ bool LoadPreferences(Session& session, const std::string& path) {
 bool LoadCurrentRegisterFile(Session& session) {
   const int index = session.controllerTypes.FindControllerType(session.settings.target.mcType);
   if (index < 0) return false;
-  return LoadRegisterFile(session.controllerTypes.At(index).registerFile, session.registers,
-                          session.log)
-      .found;
+  const bool found =
+      LoadRegisterFile(session.controllerTypes.At(index).registerFile, session.registers, session.log)
+          .found;
+  session.decoder.RegistersChanged();
+  return found;
 }
 
 bool SavePreferences(Session& session, const std::string& path) {

@@ -12,6 +12,8 @@
 #include "core/memory_image.h"
 #include "core/message_log.h"
 #include "core/selection_list.h"
+#include "disasm/instruction_decoder.h"
+#include "disasm/opcode_table.h"
 #include "formats/controller_types.h"
 #include "formats/register_table.h"
 #include "link/link.h"
@@ -44,6 +46,9 @@ class Session {
   // The session's clipboard; the desktop application mirrors it to the system's.
   std::string clipboard;
   ResetConfiguration resetConfig;
+  OpcodeTable opcodes;
+  // Names registers from `registers`: call decoder.RegistersChanged() after reading them.
+  InstructionDecoder decoder{opcodes, registers};
 
   PortSelector& port() { return port_; }
   Link& link() { return link_; }

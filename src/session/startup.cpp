@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/frontend.h"
+#include "disasm/opcode_table.h"
 #include "formats/controller_types.h"
 #include "session/preferences.h"
 #include "session/session.h"
@@ -76,6 +77,7 @@ bool Startup(Session& session, const StartupOptions& options) {
   LoadPreferences(session, (session.programFolder() / "default.ini").string());
   session.image.InitImage();
   session.link().EnsurePortOpen();
+  LoadOpcodeTable((session.programFolder() / "CMDDEF" / "command.cmd").string(), session.opcodes, session.log);
   session.selections.ClearSelections();
   if (session.log.LoggingOn()) session.log.StartLogFile();
   return complete;
