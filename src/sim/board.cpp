@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "sim/code_runner.h"
+
 namespace velmora {
 
 using std::chrono::milliseconds;
@@ -204,6 +206,8 @@ void Board::go(std::span<const uint8_t> parameters) {
     return;
   }
   mode_ = Mode::Running;
+  if (!config_.opcodes) return;
+  if (const auto stop = RunUntilBreak(memory_, *config_.opcodes, target, monitorAddress_)) HitBreak(*stop);
 }
 
 void Board::call(std::span<const uint8_t> parameters) {

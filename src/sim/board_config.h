@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "config/monitor_bytes.h"
+#include "disasm/opcode_table.h"
 #include "sim/flash_model.h"
 
 namespace velmora {
@@ -36,6 +38,10 @@ struct BoardConfig {
   int32_t cpValue = 0xFC00;
   int32_t spValue = 0xFBFE;
   std::vector<ResetRegister> resetRegisters;  // identification, reset configuration, serial
+
+  // Instruction lengths, so that a started program can run to a breakpoint; without them a
+  // started program just runs.
+  std::shared_ptr<const OpcodeTable> opcodes;
 
   std::vector<FlashUnitModel> flashUnits;
   // What unlock and unprotect must be given; the virtual board's is "KORDA".

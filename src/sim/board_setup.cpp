@@ -73,6 +73,10 @@ std::optional<BoardConfig> LoadBoardConfig(const std::filesystem::path& programF
   if (!LoadRegisterFile(types.At(index).registerFile, registers, log).found) return std::nullopt;
   BoardConfig config = BoardConfigFor(registers, types.At(index).ids);
   config.flashUnits = flashUnits(programFolder, types.At(index).memoryFile, log);
+  auto opcodes = std::make_shared<OpcodeTable>();
+  if (LoadOpcodeTable((programFolder / "CMDDEF" / "command.cmd").string(), *opcodes, log).found) {
+    config.opcodes = std::move(opcodes);
+  }
 
   const auto loader = imageExtent(ResolveStoredPath(programFolder, images.loader), log);
   const auto monitor = imageExtent(ResolveStoredPath(programFolder, images.monitor), log);

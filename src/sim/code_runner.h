@@ -1,0 +1,23 @@
+// Running target code on the virtual board, far enough to debug against it: straight-line
+// code is stepped by instruction length, unconditional jumps and calls whose target is in
+// the instruction are followed, and a far call into the monitor's break entry (a planted
+// breakpoint) stops the run. Anything else that changes the flow (returns, jumps through
+// registers) leaves the program running on its own, beyond what the board can follow.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "core/memory_image.h"
+#include "disasm/opcode_table.h"
+
+namespace velmora {
+
+// The longest run the board follows before it counts the program as running on its own.
+inline constexpr int kMaxInstructionsPerRun = 1 << 20;
+
+// The address of the breakpoint the code starting at `start` runs into, or nullopt.
+std::optional<int32_t> RunUntilBreak(MemoryImage& memory, const OpcodeTable& opcodes, int32_t start,
+                                     int32_t breakEntry);
+
+}  // namespace velmora
