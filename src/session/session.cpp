@@ -22,10 +22,12 @@ Session::Session(Frontend& frontend, std::filesystem::path programFolder, PortFa
                                programFolder_}),
       interpreter_(CommandContext{link_, controllerTypes, clipboard, resetConfig,
                                   [this] { quitRequested_ = true; },
-                                  [this](const std::string& file) { SetLastScriptFile(settings.files, file); }}) {
+                                  [this](const std::string& file) { SetLastScriptFile(settings.files, file); }}),
+      debugger_(link_, decoder) {
   image.InitImage();
   SetDefaultPreferences(settings, UserHomeFolder());
   link_.afterConnection = [this] { AfterConnection(link_, resetConfig); };
+  link_.onBreak = [this](int32_t stop) { return debugger_.OnBreak(stop); };
   link_.onResetConfirmed = [this] {
     if (virtualBoard_) virtualBoard_->ResetToBootstrap();
   };

@@ -12,6 +12,7 @@
 #include "core/memory_image.h"
 #include "core/message_log.h"
 #include "core/selection_list.h"
+#include "disasm/debugger.h"
 #include "disasm/instruction_decoder.h"
 #include "disasm/opcode_table.h"
 #include "formats/controller_types.h"
@@ -51,6 +52,7 @@ class Session {
   InstructionDecoder decoder{opcodes, registers};
 
   PortSelector& port() { return port_; }
+  Debugger& debugger() { return debugger_; }
   Link& link() { return link_; }
   Interpreter& interpreter() { return interpreter_; }
   // The board behind "virtual" while that port is in use, for tests and demonstrations.
@@ -69,6 +71,7 @@ class Session {
   PortSelector port_;
   Link link_;
   Interpreter interpreter_;
+  Debugger debugger_;
   bool quitRequested_ = false;
 };
 
