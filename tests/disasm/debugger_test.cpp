@@ -144,5 +144,28 @@ TEST_F(Debugging, TheTableHoldsTwoHundredFiftySixAndClicksOnlyCountWhenIdle) {
   EXPECT_EQ(debugger.Breakpoints().size(), 256U);
 }
 
+
+TEST_F(Debugging, NextPositionsOfTheFlowInstructions) {
+  // The stack and R3 as the monitor would find them.
+  board->WriteWord(0xFBFE, 0x1234);
+  board->WriteWord(0xFC00 + 2 * 3, 0x2000);
+  struct Case {
+    Bytes code;
+    std::vector<int32_t> next;
+  };
+  const Case cases[] = {
+      {{0xFA, 0x05, 0x34, 0x12}, {0x051234}},            // JMPS 05h,1234h
+      {{0xBB, 0x04}, {0x00C04A}},                        // CALLR: C040 + 2 + 2 x 4
+      {{0x8A, 0x88, 0x02, 0x00}, {0x00C048, 0x00C044}},  // JB: behind the 4 bytes + 2 x 2, or on
+      {{0xCB, 0x00}, {0x001234}},                        // RET: the word on the stack
+      {{0x9C, 0x03}, {0x002000}},                        // JMPI cc_UC,[R3]
+      {{0xD1, 0x00, 0x00, 0x12, 0x00, 0x12}, {0x00C044}},  // ATOMIC #1 covers one
+  };
+  for (const auto& c : cases) {
+    load(0x00C040, c.code);
+    EXPECT_EQ(debugger.NextPositions(0x00C040), c.next) << decoder.Disassemble(image, 0x00C040);
+  }
+}
+
 }  // namespace
 }  // namespace velmora
