@@ -1,9 +1,7 @@
 #include "formats/preferences_file.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <array>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -13,746 +11,223 @@
 namespace velmora {
 namespace {
 
-// The messages written to the log, with lines wrapped at 76 characters joined again.
-std::vector<std::string> closedLines(const MessageLog& log) {
-  std::vector<std::string> lines;
-  bool continued = false;
-  for (int i = 0; i + 1 < log.List().Count(); ++i) {
-    const std::string& entry = log.List().Entry(i);
-    if (continued) {
-      lines.back() += entry;
-    } else {
-      lines.push_back(entry);
-    }
-    continued = entry.size() == MessageList::kWrapAfter + 1;
-  }
-  return lines;
+// The closed lines of the log, with the lines the list wrapped at 76 characters joined.
+std::string logText(const MessageLog& log) {
+  std::string text;
+  for (int i = 0; i + 1 < log.List().Count(); ++i) text += log.List().Entry(i);
+  return text;
 }
-
 std::vector<long> issueLines(const LineIssues& issues) {
   std::vector<long> lines;
   for (const auto& issue : issues) lines.push_back(issue.line);
   return lines;
 }
 
-std::vector<std::string> splitLines(const std::string& text) {
-  std::vector<std::string> lines;
-  size_t at = 0;
-  while (at < text.size()) {
-    const size_t end = text.find("\r\n", at);
-    lines.push_back(text.substr(at, end - at));
-    if (end == std::string::npos) break;
-    at = end + 2;
-  }
-  return lines;
-}
+// The files below give their lines with "|" between them.
+constexpr std::string_view kDefaultFile =
+    "[Velmora]|IDLENGTH=1|LOADER=MCProg\\LOAD.HEX|VELMORA=MCProg\\VELMORA.HEX|"
+    "LOADERKLINE=MCProg\\LOADK.HEX|VELMORAKLINE=MCProg\\VELMORAK.HEX|VELMORASTARTADDRESS=E00024|"
+    "VELMORAENDADDRESS=E002E7||"
+    "[Communication]|PORT=COM1|BAUDRATE=9600|PARITY=0|DATA=8|STOPBITS=1|TIMEOUT=2000|KLINE=0|TMODE="
+    "0||"
+    "[Controller]|MCTYPE=Tolvane|CLK=40000000||[Memory]||[Register]||[Commands]||"
+    "[Files]|SAVEFILE=$HOME/test.hex|SAVEFORMAT=20|SAVEFILETYPE=0|SAVERECORDSIZE=32|"
+    "SAVESTARTADDR=0x000000|SAVEENDADDR=0x00FFFF|LOADFILE=|LOADFILETYPE=0|CONFIGLOADFILE=|"
+    "CONFIGLOADFILETYPE=0|CONFIGSAVEFILE=|CONFIGSAVEFILETYPE=0|SCRIPTFILE=|SCRIPTFILETYPE=0||"
+    "[Messages]|A_LOADER_STARTED=0x01|A_APPLICATION_STARTED=0x03||C_WRITE_BLOCK=0x84|"
+    "C_READ_BLOCK=0x85|C_WRITE_WORD=0x82|C_EINIT=0x31|C_TEST_COMM=0x93|C_SWRESET=0x32|C_GO=0x41|"
+    "C_CALL=0x9F|C_GETCHECKSUM=0x33||A_ACK1=0xAA|A_ACK2=0xEA||"
+    "[Frontend]|BLANK_CHAR=.|COLOR_BGMARKED=0xDDDDDD|COLOR_BGNORMAL=0xFFFFFF|COLOR_FGVALID="
+    "0x000000|"
+    "COLOR_FGINVALID=0x0000FF|COLOR_FGMONITOR=0x007777|LOGFILE=0|USERSCRIPT0=|USERSCRIPT1=|"
+    "USERSCRIPT2=|USERSCRIPT3=|LASTSCRIPTFILE0=|LASTSCRIPTFILE1=|LASTSCRIPTFILE2=|LASTSCRIPTFILE3=";
 
-void ExpectSameCommunication(const CommunicationSettings& a, const CommunicationSettings& b) {
-  EXPECT_EQ(a.portNumber, b.portNumber);
-  EXPECT_EQ(a.portName, b.portName);
-  EXPECT_EQ(a.baudRate, b.baudRate);
-  EXPECT_EQ(a.parity, b.parity);
-  EXPECT_EQ(a.dataBits, b.dataBits);
-  EXPECT_EQ(a.stopBits, b.stopBits);
-  EXPECT_EQ(a.timeout, b.timeout);
-  EXPECT_EQ(a.kline, b.kline);
-  EXPECT_EQ(a.terminalMode, b.terminalMode);
-}
-
-void ExpectSameTarget(const TargetConfiguration& a, const TargetConfiguration& b) {
-  EXPECT_EQ(a.mcType, b.mcType);
-  EXPECT_EQ(a.clockRate, b.clockRate);
-  EXPECT_EQ(a.einitEnabled, b.einitEnabled);
-  EXPECT_EQ(a.enabled, b.enabled);
-  EXPECT_EQ(a.values, b.values);
-  ASSERT_EQ(a.units.size(), b.units.size());
-  for (size_t i = 0; i < a.units.size(); ++i) {
-    EXPECT_EQ(a.units[i], b.units[i]) << "memory unit " << i << " (" << b.units[i].name << ")";
-  }
-}
-
-// Settings has no equality of its own; its parts are compared one by one so that a
-// failure names the part that differs.
-void ExpectSameSettings(const Settings& actual, const Settings& expected) {
-  EXPECT_EQ(actual.images, expected.images);
-  ExpectSameCommunication(actual.communication, expected.communication);
-  ExpectSameTarget(actual.target, expected.target);
-  EXPECT_EQ(actual.files, expected.files);
-  EXPECT_EQ(actual.bytes, expected.bytes);
-  EXPECT_EQ(actual.frontend, expected.frontend);
-}
-
-MemoryRegion region(int32_t start, int32_t length) {
-  MemoryRegion r;
-  r.startAddress = start;
-  r.length = length;
-  return r;
-}
-
-MemoryRegion mapping(int32_t start, int32_t length, int32_t mapAddress, std::string reg,
-                     int32_t mask, bool mapped) {
-  MemoryRegion r = region(start, length);
-  r.hasMapping = true;
-  r.mapAddress = mapAddress;
-  r.mapRegister = std::move(reg);
-  r.mapMask = mask;
-  r.mapped = mapped;
-  return r;
-}
-
-std::vector<MemoryUnit> nonDefaultUnits() {
-  std::vector<MemoryUnit> units(3);
-  MemoryUnit& flash = units[0];
-  flash.name = "IFLASH";
-  flash.type = "IFLASH";
-  flash.blank = 0xFF;
-  flash.burstSize = 0x0080;
-  flash.activate = {{"SYSCON0", 0x0004}, {"FF10", 0x8000}};
-  flash.activated = true;
-  flash.sections.push_back({{region(0xC00000, 0x2000), region(0xC02000, 0x2000),
-                             mapping(0xC04000, 0x4000, 0x004000, "SYSCON1", 0x0010, true)}});
-  flash.sections.push_back({{mapping(0xC10000, 0x10000, 0x010000, "FF12", 0x0001, false)}});
-  flash.sections.push_back({{region(0xC20000, 0x10000)}});
-  flash.driverPath = "DRIVER\\IFLASH_BRASK.HEX";
-  flash.features = {"ERASE", "PROGRAM", "STATUS", "UNPROTECT"};
-  flash.driverBufferAddress = 0x00F600;
-  flash.statusWords.resize(2);
-  flash.statusWords[0][0] = {"BUSY", 1};
-  flash.statusWords[0][4] = {"ErrorCode", 3};
-  flash.statusWords[0][15] = {"LOCKED", 1};
-  flash.statusWords[1][8] = {"SECTORS", 8};
-
-  MemoryUnit& xram = units[1];
-  xram.name = "XRAM";
-  xram.type = "XRAM";
-  xram.sections.push_back({{region(0x200000, 0x100000)}});
-
-  MemoryUnit& can = units[2];
-  can.name = "CAN1";
-  can.type = "XPER";
-  can.activate = {{"XPERCON", 0x0001}};
-  can.sections.push_back({{region(0x00EF00, 0x0100)}});
-  return units;
-}
-
-// Every key of the file away from its default (paths without spaces).
-Settings nonDefaultSettings() {
-  Settings s;
-  s.images.idLength = 3;
-  s.images.loader = "MCProg\\LOAD2.HEX";
-  s.images.monitor = "C:\\boot\\MON.HEX";
-  s.images.loaderKline = "loadk.hex";
-  s.images.monitorKline = "/opt/velmora/monk.hex";
-  s.images.monitorStart = 0xE10000;
-  s.images.monitorEnd = 0xE102C3;
-
-  s.communication.SetPort("COM3");
-  s.communication.baudRate = 19200;
-  s.communication.parity = 2;
-  s.communication.dataBits = 7;
-  s.communication.stopBits = 2;
-  s.communication.timeout = 500;
-  s.communication.kline = 1;
-  s.communication.terminalMode = 1;
-
-  s.target.mcType = "Brask";
-  s.target.clockRate = 20000000;
-  s.target.einitEnabled = 1;
-  s.target.enabled.fill(1);
-  for (int i = 0; i < kInitValueCount; ++i) s.target.values[i] = (0x1101 * (i + 1)) & 0xFFFF;
-  s.target.SetValue(InitValue::Generic1Address, 0x00FE12);
-  s.target.SetValue(InitValue::Generic2Address, 0xE00100);
-  s.target.units = nonDefaultUnits();
-
-  s.files.saveAs.file = "/home/lab/out/app.hex";
-  s.files.saveAs.format = 32;
-  s.files.saveAs.fileType = 1;
-  s.files.saveAs.recordSize = 16;
-  s.files.saveAs.startAddress = 0x010000;
-  s.files.saveAs.endAddress = 0x01FFFF;
-  s.files.load = {"/home/lab/app.hex", 1};
-  s.files.configLoad = {"/home/lab/PREFS/lab.ini", 1};
-  s.files.configSave = {"C:\\PREFS\\saved.ini", 1};
-  s.files.script = {"/home/lab/run.scm", 1};
-  s.files.lastScripts = {"/s/last0.scm", "/s/last1.scm", "/s/last2.scm", "/s/last3.scm"};
-  s.files.userScripts = {"/s/user0.scm", "SCRIPTS\\user1.scm", "/s/user2.scm", "/s/user3.scm"};
-
-  s.bytes.loaderStarted = 0x11;
-  s.bytes.applicationStarted = 0x13;
-  s.bytes.writeBlock = 0x94;
-  s.bytes.readBlock = 0x95;
-  s.bytes.writeWord = -1;  // a value the reader could not take, written and read back as such
-  s.bytes.einit = 0x21;
-  s.bytes.testComm = 0xA3;
-  s.bytes.swReset = 0x22;
-  s.bytes.go = 0x51;
-  s.bytes.call = 0x8F;
-  s.bytes.getChecksum = 0x43;
-  s.bytes.ack1 = 0xBA;
-  s.bytes.ack2 = -1;
-
-  s.frontend.blankChar = "~";
-  s.frontend.colorBgMarked = 0x00FF00;
-  s.frontend.colorBgNormal = 0xEEEEEE;
-  s.frontend.colorFgValid = 0x112233;
-  s.frontend.colorFgInvalid = 0xFF0000;
-  s.frontend.colorFgMonitor = 0x770077;
-  s.frontend.logFile = 1;
-  s.frontend.display = {"PSW", "SYSCON0", "DPP0"};
-  return s;
-}
+// Every key away from its default, every optional line present.
+constexpr std::string_view kLabFile =
+    "[Velmora]|IDLENGTH=3|LOADER=MCProg\\LOAD2.HEX|VELMORA=C:\\boot\\MON.HEX|LOADERKLINE=loadk.hex|"
+    "VELMORAKLINE=/opt/velmora/monk.hex|VELMORASTARTADDRESS=E10000|VELMORAENDADDRESS=E102C3||"
+    "[Communication]|PORT=COM3|BAUDRATE=19200|PARITY=2|DATA=7|STOPBITS=2|TIMEOUT=500|KLINE=1|TMODE="
+    "1||"
+    "[Controller]|MCTYPE=Brask|CLK=20000000||"
+    "[Memory]|NAME=IFLASH|TYPE=IFLASH|BLANK=0xFF|BURSTSIZE=0x0080|ACTIVATED|"
+    "ACTIVATEREGISTER(0)=SYSCON0|ACTIVATEMASK(0)=0x0004|ACTIVATEREGISTER(1)=FF10|ACTIVATEMASK(1)="
+    "0x8000|"
+    "SECTION(0).STARTADDRESS(0)=0xC00000|SECTION(0).LENGTH(0)=0x002000|"
+    "SECTION(0).STARTADDRESS(1)=0xC02000|SECTION(0).LENGTH(1)=0x002000|"
+    "SECTION(0).STARTADDRESS(2)=0xC04000|SECTION(0).LENGTH(2)=0x004000|SECTION(0).MAPPED(2)|"
+    "SECTION(0).MAPADDRESS(2)=0x004000|SECTION(0).MAPREGISTER(2)=SYSCON1|SECTION(0).MAPMASK(2)="
+    "0x0010|"
+    "SECTION(1).STARTADDRESS(0)=0xC10000|SECTION(1).LENGTH(0)=0x010000|"
+    "SECTION(1).MAPADDRESS(0)=0x010000|SECTION(1).MAPREGISTER(0)=FF12|SECTION(1).MAPMASK(0)=0x0001|"
+    "DRIVER.PATH=DRIVER\\IFLASH_BRASK.HEX|DRIVER.BUFFERADDRESS=00F600|"
+    "DRIVER.FEATURES=ERASE,PROGRAM,STATUS,UNPROTECT|STATUS(0).BIT(0)=BUSY|"
+    "STATUS(0).BIT(4)=ErrorCode,3|STATUS(0).BIT(15)=LOCKED|STATUS(1).BIT(8)=SECTORS,8||"
+    "NAME=CAN1|TYPE=XPER|BLANK=0x00|BURSTSIZE=0x0001|ACTIVATEREGISTER(0)=XPERCON|"
+    "ACTIVATEMASK(0)=0x0001|SECTION(0).STARTADDRESS(0)=0x00EF00|SECTION(0).LENGTH(0)=0x000100|"
+    "DRIVER.BUFFERADDRESS=00FC80|||"
+    "[Register]|FOCON=0x000F|SYSCON0=0x0E04|DPP3=0x0003|GENERIC2=0x00AB,0x00FE12||"
+    "[Commands]|EINIT||"
+    "[Files]|SAVEFILE=/home/lab/out/app.hex|SAVEFORMAT=32|SAVEFILETYPE=1|SAVERECORDSIZE=16|"
+    "SAVESTARTADDR=0x010000|SAVEENDADDR=0x01FFFF|LOADFILE=/home/lab/app.hex|LOADFILETYPE=1|"
+    "CONFIGLOADFILE=/home/lab/PREFS/"
+    "lab.ini|CONFIGLOADFILETYPE=1|CONFIGSAVEFILE=C:\\PREFS\\saved.ini|"
+    "CONFIGSAVEFILETYPE=1|SCRIPTFILE=/home/lab/run.scm|SCRIPTFILETYPE=1||"
+    "[Messages]|A_LOADER_STARTED=0x11|A_APPLICATION_STARTED=0x13||C_WRITE_BLOCK=0x94|"
+    "C_READ_BLOCK=0x95|C_WRITE_WORD=0x92|C_EINIT=0x21|C_TEST_COMM=0xA3|C_SWRESET=0x22|C_GO=0x51|"
+    "C_CALL=0x8F|C_GETCHECKSUM=0x43||A_ACK1=0xBA|A_ACK2=0xEB||"
+    "[Frontend]|BLANK_CHAR=~|COLOR_BGMARKED=0x00FF00|COLOR_BGNORMAL=0xEEEEEE|COLOR_FGVALID="
+    "0x112233|"
+    "COLOR_FGINVALID=0xFF0000|COLOR_FGMONITOR=0x770077|LOGFILE=1|DISPLAY=PSW|DISPLAY=SYSCON0|"
+    "DISPLAY=DPP0|USERSCRIPT0=/s/user0.scm|USERSCRIPT1=SCRIPTS\\user1.scm|USERSCRIPT2=/s/user2.scm|"
+    "USERSCRIPT3=/s/user3.scm|LASTSCRIPTFILE0=/s/last0.scm|LASTSCRIPTFILE1=/s/last1.scm|"
+    "LASTSCRIPTFILE2=/s/last2.scm|LASTSCRIPTFILE3=/s/last3.scm";
 
 class Preferences : public ::testing::Test {
  protected:
+  // The text of a file given as above: "|" becomes CR LF, $HOME the home folder.
+  std::string file(std::string_view lines) const {
+    std::string text;
+    for (char ch : lines) ch == '|' ? text += "\r\n" : text += ch;
+    if (const auto at = text.find("$HOME"); at != std::string::npos)
+      text.replace(at, 5, home.path().string());
+    return text.empty() ? text : text + "\r\n";
+  }
+  PreferencesReadResult read(std::string_view lines, Settings& settings) {
+    return ReadPreferences(home.Write("prefs.ini", file(lines)), settings, home.path(), log);
+  }
+
   test::TempFolder home;
   MessageLog log{"unused-log.txt"};
-
-  // The settings a fresh reset gives in this test's home folder.
-  Settings defaults() const {
-    Settings s;
-    s.files.saveAs.file = (home.path() / "test.hex").string();
-    return s;
-  }
-  PreferencesReadResult read(const std::string& text, Settings& settings) {
-    return ReadPreferences(home.Write("prefs.ini", text), settings, home.path(), log);
-  }
 };
 
-// ---------------------------------------------------------------------------------------
-// Round trips
-
-TEST_F(Preferences, DefaultsWrittenAndReadBackAreTheSame) {
-  Settings original;
-  SetDefaultPreferences(original, home.path());
-  const std::string path = home.File("default.ini");
-  ASSERT_TRUE(SavePreferences(path, original, log));
-  Settings read;
-  const PreferencesReadResult result = ReadPreferences(path, read, home.path(), log);
-  EXPECT_TRUE(result.found);
-  EXPECT_TRUE(result.issues.empty());
-  ExpectSameSettings(read, original);
-  ExpectSameSettings(read, defaults());
-}
-
-TEST_F(Preferences, EveryKeyAwayFromItsDefaultRoundTrips) {
-  const Settings original = nonDefaultSettings();
-  const std::string path = home.File("lab.ini");
-  ASSERT_TRUE(SavePreferences(path, original, log));
-  Settings read;
-  const PreferencesReadResult result = ReadPreferences(path, read, home.path(), log);
-  ASSERT_TRUE(result.found);
-  ExpectSameSettings(read, original);
-  EXPECT_TRUE(result.namesControllerType);
-  EXPECT_EQ(PreferencesText(read), PreferencesText(original));
-
-  // The only lines the reader could not take whole are the two bytes stored as -1.
-  const auto lines = splitLines(test::ReadFile(path));
-  ASSERT_EQ(result.issues.size(), 2U);
-  for (const auto& issue : result.issues) {
-    ASSERT_GE(issue.line, 1);
-    ASSERT_LE(issue.line, static_cast<long>(lines.size()));
-    EXPECT_NE(lines[issue.line - 1].find("=0xFFFFFFFF"), std::string::npos)
-        << lines[issue.line - 1];
-  }
-}
-
-TEST_F(Preferences, MemoryUnitLinesOfTheWriter) {
-  Settings s = defaults();
-  s.target.units = nonDefaultUnits();
-  const std::string text = PreferencesText(s);
-  const std::string expected =
-      "[Memory]\r\n"
-      "NAME=IFLASH\r\n"
-      "TYPE=IFLASH\r\n"
-      "BLANK=0xFF\r\n"
-      "BURSTSIZE=0x0080\r\n"
-      "ACTIVATED\r\n"
-      "ACTIVATEREGISTER(0)=SYSCON0\r\n"
-      "ACTIVATEMASK(0)=0x0004\r\n"
-      "ACTIVATEREGISTER(1)=FF10\r\n"
-      "ACTIVATEMASK(1)=0x8000\r\n"
-      "SECTION(0).STARTADDRESS(0)=0xC00000\r\n"
-      "SECTION(0).LENGTH(0)=0x002000\r\n"
-      "SECTION(0).STARTADDRESS(1)=0xC02000\r\n"
-      "SECTION(0).LENGTH(1)=0x002000\r\n"
-      "SECTION(0).STARTADDRESS(2)=0xC04000\r\n"
-      "SECTION(0).LENGTH(2)=0x004000\r\n"
-      "SECTION(0).MAPPED(2)\r\n"
-      "SECTION(0).MAPADDRESS(2)=0x004000\r\n"
-      "SECTION(0).MAPREGISTER(2)=SYSCON1\r\n"
-      "SECTION(0).MAPMASK(2)=0x0010\r\n"
-      "SECTION(1).STARTADDRESS(0)=0xC10000\r\n"
-      "SECTION(1).LENGTH(0)=0x010000\r\n"
-      "SECTION(1).MAPADDRESS(0)=0x010000\r\n"
-      "SECTION(1).MAPREGISTER(0)=FF12\r\n"
-      "SECTION(1).MAPMASK(0)=0x0001\r\n"
-      "SECTION(2).STARTADDRESS(0)=0xC20000\r\n"
-      "SECTION(2).LENGTH(0)=0x010000\r\n"
-      "DRIVER.PATH=DRIVER\\IFLASH_BRASK.HEX\r\n"
-      "DRIVER.BUFFERADDRESS=00F600\r\n"
-      "DRIVER.FEATURES=ERASE,PROGRAM,STATUS,UNPROTECT\r\n"
-      "STATUS(0).BIT(0)=BUSY\r\n"
-      "STATUS(0).BIT(4)=ErrorCode,3\r\n"
-      "STATUS(0).BIT(15)=LOCKED\r\n"
-      "STATUS(1).BIT(8)=SECTORS,8\r\n"
-      "\r\n"
-      "NAME=XRAM\r\n"
-      "TYPE=XRAM\r\n"
-      "BLANK=0x00\r\n"
-      "BURSTSIZE=0x0001\r\n"
-      "SECTION(0).STARTADDRESS(0)=0x200000\r\n"
-      "SECTION(0).LENGTH(0)=0x100000\r\n"
-      "DRIVER.BUFFERADDRESS=00FC80\r\n"
-      "\r\n"
-      "NAME=CAN1\r\n"
-      "TYPE=XPER\r\n"
-      "BLANK=0x00\r\n"
-      "BURSTSIZE=0x0001\r\n"
-      "ACTIVATEREGISTER(0)=XPERCON\r\n"
-      "ACTIVATEMASK(0)=0x0001\r\n"
-      "SECTION(0).STARTADDRESS(0)=0x00EF00\r\n"
-      "SECTION(0).LENGTH(0)=0x000100\r\n"
-      "DRIVER.BUFFERADDRESS=00FC80\r\n"
-      "\r\n";
-  const auto at = text.find("[Memory]\r\n");
-  ASSERT_NE(at, std::string::npos);
-  EXPECT_EQ(text.substr(at, expected.size()), expected);
-  EXPECT_EQ(text.find("[Register]", at), at + expected.size() + 2);  // one more empty line
-}
-
-TEST_F(Preferences, RegisterLinesOnlyForEnabledRegisters) {
-  Settings s = defaults();
-  s.target.SetEnabled(InitRegister::SYSCON0, true);
-  s.target.SetValue(InitValue::SYSCON0, 0x0E04);
-  s.target.SetValue(InitValue::SYSCON1, 0x1234);  // not enabled: not written
-  s.target.SetEnabled(InitRegister::DPP3, true);
-  s.target.SetValue(InitValue::DPP3, 0x0003);
-  s.target.SetEnabled(InitRegister::Generic2, true);
-  s.target.SetValue(InitValue::Generic2Data, 0x00AB);
-  s.target.SetValue(InitValue::Generic2Address, 0x00FE12);
-  s.target.SetEnabled(InitRegister::FOCON, true);
-  s.target.SetValue(InitValue::FOCON, 0x000F);
-  const std::string text = PreferencesText(s);
-  const std::string expected =
-      "[Register]\r\n"
-      "FOCON=0x000F\r\n"
-      "SYSCON0=0x0E04\r\n"
-      "DPP3=0x0003\r\n"
-      "GENERIC2=0x00AB,0x00FE12\r\n"
-      "\r\n"
-      "[Commands]\r\n";
-  EXPECT_NE(text.find(expected), std::string::npos) << text;
-}
-
-TEST_F(Preferences, ReadingDisablesEveryRegisterAndKeepsTheValues) {
-  Settings s = nonDefaultSettings();
-  const auto values = s.target.values;
-  read("[Register]\r\nDPP1=0x0042\r\n", s);
-  for (int i = 0; i < kInitRegisterCount; ++i) {
-    EXPECT_EQ(s.target.IsEnabled(static_cast<InitRegister>(i)),
-              i == static_cast<int>(InitRegister::DPP1))
-        << i;
-  }
-  auto expectedValues = values;
-  expectedValues[static_cast<size_t>(InitValue::DPP1)] = 0x0042;
-  EXPECT_EQ(s.target.values, expectedValues);
-}
-
-// ---------------------------------------------------------------------------------------
-// The writer's text
-
-TEST_F(Preferences, DefaultsAreWrittenExactly) {
+TEST_F(Preferences, FilesReadBackAsTheyWereWritten) {
   Settings s;
   SetDefaultPreferences(s, home.path());
-  const std::string expected =
-      "[Velmora]\r\n"
-      "IDLENGTH=1\r\n"
-      "LOADER=MCProg\\LOAD.HEX\r\n"
-      "VELMORA=MCProg\\VELMORA.HEX\r\n"
-      "LOADERKLINE=MCProg\\LOADK.HEX\r\n"
-      "VELMORAKLINE=MCProg\\VELMORAK.HEX\r\n"
-      "VELMORASTARTADDRESS=E00024\r\n"
-      "VELMORAENDADDRESS=E002E7\r\n"
-      "\r\n"
-      "[Communication]\r\n"
-      "PORT=COM1\r\n"
-      "BAUDRATE=9600\r\n"
-      "PARITY=0\r\n"
-      "DATA=8\r\n"
-      "STOPBITS=1\r\n"
-      "TIMEOUT=2000\r\n"
-      "KLINE=0\r\n"
-      "TMODE=0\r\n"
-      "\r\n"
-      "[Controller]\r\n"
-      "MCTYPE=Tolvane\r\n"
-      "CLK=40000000\r\n"
-      "\r\n"
-      "[Memory]\r\n"
-      "\r\n"
-      "[Register]\r\n"
-      "\r\n"
-      "[Commands]\r\n"
-      "\r\n"
-      "[Files]\r\n"
-      "SAVEFILE=" +
-      (home.path() / "test.hex").string() +
-      "\r\n"
-      "SAVEFORMAT=20\r\n"
-      "SAVEFILETYPE=0\r\n"
-      "SAVERECORDSIZE=32\r\n"
-      "SAVESTARTADDR=0x000000\r\n"
-      "SAVEENDADDR=0x00FFFF\r\n"
-      "LOADFILE=\r\n"
-      "LOADFILETYPE=0\r\n"
-      "CONFIGLOADFILE=\r\n"
-      "CONFIGLOADFILETYPE=0\r\n"
-      "CONFIGSAVEFILE=\r\n"
-      "CONFIGSAVEFILETYPE=0\r\n"
-      "SCRIPTFILE=\r\n"
-      "SCRIPTFILETYPE=0\r\n"
-      "\r\n"
-      "[Messages]\r\n"
-      "A_LOADER_STARTED=0x01\r\n"
-      "A_APPLICATION_STARTED=0x03\r\n"
-      "\r\n"
-      "C_WRITE_BLOCK=0x84\r\n"
-      "C_READ_BLOCK=0x85\r\n"
-      "C_WRITE_WORD=0x82\r\n"
-      "C_EINIT=0x31\r\n"
-      "C_TEST_COMM=0x93\r\n"
-      "C_SWRESET=0x32\r\n"
-      "C_GO=0x41\r\n"
-      "C_CALL=0x9F\r\n"
-      "C_GETCHECKSUM=0x33\r\n"
-      "\r\n"
-      "A_ACK1=0xAA\r\n"
-      "A_ACK2=0xEA\r\n"
-      "\r\n"
-      "[Frontend]\r\n"
-      "BLANK_CHAR=.\r\n"
-      "COLOR_BGMARKED=0xDDDDDD\r\n"
-      "COLOR_BGNORMAL=0xFFFFFF\r\n"
-      "COLOR_FGVALID=0x000000\r\n"
-      "COLOR_FGINVALID=0x0000FF\r\n"
-      "COLOR_FGMONITOR=0x007777\r\n"
-      "LOGFILE=0\r\n"
-      "USERSCRIPT0=\r\n"
-      "USERSCRIPT1=\r\n"
-      "USERSCRIPT2=\r\n"
-      "USERSCRIPT3=\r\n"
-      "LASTSCRIPTFILE0=\r\n"
-      "LASTSCRIPTFILE1=\r\n"
-      "LASTSCRIPTFILE2=\r\n"
-      "LASTSCRIPTFILE3=\r\n";
-  EXPECT_EQ(PreferencesText(s), expected);
-}
-
-TEST_F(Preferences, ScriptLinesCloseTheFileAfterTheRegisterList) {
-  Settings s = nonDefaultSettings();
-  s.frontend.display = {"PSW", "ONES"};
-  const std::string text = PreferencesText(s);
-  const std::string tail =
-      "LOGFILE=1\r\n"
-      "DISPLAY=PSW\r\n"
-      "DISPLAY=ONES\r\n"
-      "USERSCRIPT0=/s/user0.scm\r\n"
-      "USERSCRIPT1=SCRIPTS\\user1.scm\r\n"
-      "USERSCRIPT2=/s/user2.scm\r\n"
-      "USERSCRIPT3=/s/user3.scm\r\n"
-      "LASTSCRIPTFILE0=/s/last0.scm\r\n"
-      "LASTSCRIPTFILE1=/s/last1.scm\r\n"
-      "LASTSCRIPTFILE2=/s/last2.scm\r\n"
-      "LASTSCRIPTFILE3=/s/last3.scm\r\n";
-  ASSERT_GE(text.size(), tail.size());
-  EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
-  // Nowhere else: not in [Files].
-  const size_t tailStart = text.size() - tail.size();
-  EXPECT_EQ(text.find("USERSCRIPT"), tailStart + tail.find("USERSCRIPT"));
-  EXPECT_EQ(text.find("LASTSCRIPTFILE"), tailStart + tail.find("LASTSCRIPTFILE"));
-}
-
-// ---------------------------------------------------------------------------------------
-// The reader
-
-TEST_F(Preferences, AnEmptyFileGivesTheDefaults) {
-  Settings s = nonDefaultSettings();
-  s.target.values.fill(0);  // the only thing a reset keeps
-  const PreferencesReadResult result = read("", s);
-  EXPECT_TRUE(result.found);
-  EXPECT_FALSE(result.namesControllerType);
+  EXPECT_EQ(PreferencesText(s), file(kDefaultFile));
+  const PreferencesReadResult result = read(kLabFile, s);
+  EXPECT_TRUE(result.found && result.namesControllerType);
   EXPECT_TRUE(result.issues.empty());
-  ExpectSameSettings(s, defaults());
-}
-
-TEST_F(Preferences, OnlyTheBaudRate) {
-  Settings s;
-  read("[Communication]\r\nBAUDRATE=19200\r\n", s);
-  Settings expected = defaults();
-  expected.communication.baudRate = 19200;
-  ExpectSameSettings(s, expected);
-}
-
-TEST_F(Preferences, AKeyOutsideItsSectionIsIgnoredAndReported) {
-  Settings s;
-  const PreferencesReadResult result = read(
-      "[Frontend]\r\n"          // 1
-      "BAUDRATE=19200\r\n"      // 2
-      "[Communication]\r\n"     // 3
-      "LOGFILE=1\r\n"           // 4
-      "COLOR_BGNORMAL=0x0\r\n"  // 5
-      "NOSUCHKEY=1\r\n",        // 6
-      s);
-  ExpectSameSettings(s, defaults());
-  EXPECT_EQ(issueLines(result.issues), (std::vector<long>{2, 4, 5, 6}));
-}
-
-TEST_F(Preferences, KeysAndHeadersInAnyCase) {
-  Settings s;
-  read(
-      "[communication]\r\n"
-      "baudrate=19200\r\n"
-      "Port=Com4\r\n"
-      "[CONTROLLER]\r\n"
-      "mctype=brask\r\n"
-      "[memory]\r\n"
-      "name=Xram\r\n"
-      "section(0).startaddress(0)=0x20000a\r\n"
-      "section(0).length(0)=0x00fFfF\r\n"
-      "[frontend]\r\n"
-      "color_bgmarked=0x00ff00\r\n"
-      "display=psw\r\n",
-      s);
+  EXPECT_EQ(PreferencesText(s), file(kLabFile));
+  // A few values where they belong, so that no two keys trade places unseen.
   EXPECT_EQ(s.communication.baudRate, 19200);
-  EXPECT_EQ(s.communication.portNumber, 4);
-  EXPECT_EQ(s.target.mcType, "brask");  // values keep their case
-  ASSERT_EQ(s.target.units.size(), 1U);
-  EXPECT_EQ(s.target.units[0].name, "Xram");
-  ASSERT_EQ(s.target.units[0].sections.size(), 1U);
-  EXPECT_EQ(s.target.units[0].sections[0].regions[0], region(0x20000A, 0xFFFF));
-  EXPECT_EQ(s.frontend.colorBgMarked, 0x00FF00);
-  EXPECT_EQ(s.frontend.display, (std::vector<std::string>{"psw"}));
-}
-
-TEST_F(Preferences, SpacesAreRemovedFromEveryLine) {
-  Settings s;
-  read(
-      " [ Communication ] \r\n"
-      "PORT = COM2\r\n"
-      "BAUD RATE = 38 400\r\n"
-      "[Files]\r\n"
-      "LOADFILE = /home/my lab/app.hex\r\n",
-      s);
-  EXPECT_EQ(s.communication.portNumber, 2);
-  EXPECT_EQ(s.communication.PortText(), "COM2");
-  EXPECT_EQ(s.communication.baudRate, 38400);
-  EXPECT_EQ(s.files.load.path, "/home/mylab/app.hex");
-}
-
-TEST_F(Preferences, TheLastOccurrenceWins) {
-  Settings s;
-  read(
-      "[Communication]\r\n"
-      "BAUDRATE=19200\r\n"
-      "BAUDRATE=57600\r\n"
-      "[Controller]\r\n"
-      "MCTYPE=KESSEL\r\n"
-      "[Messages]\r\n"
-      "C_GO=0x42\r\n"
-      "[Controller]\r\n"
-      "MCTYPE=BRASK\r\n"
-      "[Messages]\r\n"
-      "C_GO=0x43\r\n",
-      s);
-  EXPECT_EQ(s.communication.baudRate, 57600);
-  EXPECT_EQ(s.target.mcType, "BRASK");
-  EXPECT_EQ(s.bytes.go, 0x43);
-}
-
-TEST_F(Preferences, NameAndDisplayLinesAdd) {
-  Settings s;
-  read(
-      "[Memory]\r\n"
-      "NAME=XRAM\r\n"
-      "TYPE=XRAM\r\n"
-      "NAME=XRAM\r\n"
-      "TYPE=PSRAM\r\n"
-      "[Frontend]\r\n"
-      "DISPLAY=PSW\r\n"
-      "DISPLAY=SYSCON0\r\n"
-      "DISPLAY=PSW\r\n",
-      s);
-  ASSERT_EQ(s.target.units.size(), 2U);
-  EXPECT_EQ(s.target.units[0].type, "XRAM");
-  EXPECT_EQ(s.target.units[1].type, "PSRAM");
-  EXPECT_EQ(s.frontend.display, (std::vector<std::string>{"PSW", "SYSCON0", "PSW"}));
-}
-
-TEST_F(Preferences, ScriptKeysInFilesAndInFrontend) {
-  Settings s;
-  const PreferencesReadResult result = read(
-      "[Files]\r\n"                     // 1
-      "USERSCRIPT0=/s/u0.scm\r\n"       // 2
-      "LASTSCRIPTFILE1=/s/l1.scm\r\n"   // 3
-      "[Messages]\r\n"                  // 4
-      "USERSCRIPT1=/s/ignored.scm\r\n"  // 5
-      "[Frontend]\r\n"                  // 6
-      "USERSCRIPT3=/s/u3.scm\r\n"       // 7
-      "LASTSCRIPTFILE0=/s/l0.scm\r\n",  // 8
-      s);
-  EXPECT_EQ(s.files.userScripts, (std::array<std::string, 4>{"/s/u0.scm", "", "", "/s/u3.scm"}));
-  EXPECT_EQ(s.files.lastScripts, (std::array<std::string, 4>{"/s/l0.scm", "/s/l1.scm", "", ""}));
-  EXPECT_EQ(issueLines(result.issues), (std::vector<long>{5}));
-}
-
-TEST_F(Preferences, PortNames) {
-  {
-    SCOPED_TRACE("an older file with a COM number only");
-    Settings s;
-    read("[Communication]\r\nPORT=COM3\r\n", s);
-    EXPECT_EQ(s.communication.portNumber, 3);
-    EXPECT_EQ(s.communication.portName, "");
-    EXPECT_EQ(s.communication.PortText(), "COM3");
-    EXPECT_EQ(s.communication.DevicePath(), "/dev/ttyS2");
-    const std::string text = PreferencesText(s);
-    EXPECT_NE(text.find("\r\nPORT=COM3\r\n"), std::string::npos);
-    EXPECT_EQ(text.find("PORTNAME="), std::string::npos);
-  }
-  for (const char* name : {"/dev/ttyUSB0", "virtual", "/dev/pts/3"}) {
-    SCOPED_TRACE(name);
-    Settings s = defaults();
-    s.communication.SetPort(name);
-    const std::string text = PreferencesText(s);
-    EXPECT_NE(text.find(std::string("\r\nPORTNAME=") + name + "\r\n"), std::string::npos);
-    Settings back;
-    const auto result = read(text, back);
-    EXPECT_TRUE(result.issues.empty());
-    ExpectSameCommunication(back.communication, s.communication);
-    EXPECT_EQ(back.communication.PortText(), name);
-    EXPECT_EQ(back.communication.DevicePath(), name);
-  }
-}
-
-TEST_F(Preferences, AMissingFileLeavesTheDefaultsAndSaysSo) {
-  Settings s = nonDefaultSettings();
+  EXPECT_EQ(s.target.Value(InitValue::Generic2Address), 0xFE12);
+  EXPECT_EQ(s.target.units[0].statusWords[0][4], (StatusBitText{"ErrorCode", 3}));
+  // Reading starts from the defaults: registers are disabled but keep their values.
+  auto values = s.target.values;
+  EXPECT_TRUE(read("", s).issues.empty());
+  EXPECT_EQ(PreferencesText(s), file(kDefaultFile));
+  EXPECT_TRUE(read("[Register]|DPP1=0x0042", s).issues.empty());
+  values[static_cast<size_t>(InitValue::DPP1)] = 0x42;
+  EXPECT_EQ(s.target.values, values);
+  std::string expected = file(kDefaultFile);
+  EXPECT_EQ(PreferencesText(s),
+            expected.insert(expected.find("[Register]") + 12, "DPP1=0x0042\r\n"));
+  // A missing file leaves the defaults and says so.
+  read(kLabFile, s);
   const std::string path = home.File("PREFS/none.ini");
-  const PreferencesReadResult result = ReadPreferences(path, s, home.path(), log);
-  EXPECT_FALSE(result.found);
-  Settings expected = defaults();
-  expected.target.values = nonDefaultSettings().target.values;
-  ExpectSameSettings(s, expected);
-  EXPECT_EQ(closedLines(log), (std::vector<std::string>{"*ERROR: File " + path + " not found"}));
+  EXPECT_FALSE(ReadPreferences(path, s, home.path(), log).found);
+  EXPECT_EQ(PreferencesText(s), file(kDefaultFile));
+  EXPECT_EQ(logText(log), "*ERROR: File " + path + " not found");
 }
 
-struct RejectedHexCase {
-  const char* text;
-  int32_t (*field)(const Settings&);
-};
-
-const RejectedHexCase kRejectedHex[] = {
-    {"[Velmora]\r\nVELMORASTARTADDRESS=1000000\r\n",
-     [](const Settings& s) { return s.images.monitorStart; }},
-    {"[Velmora]\r\nVELMORAENDADDRESS=E002G7\r\n",
-     [](const Settings& s) { return s.images.monitorEnd; }},
-    {"[Messages]\r\nC_GO=0xG1\r\n", [](const Settings& s) { return s.bytes.go; }},
-    {"[Messages]\r\nA_ACK1=0x-1\r\n", [](const Settings& s) { return s.bytes.ack1; }},
-    {"[Frontend]\r\nCOLOR_BGMARKED=0x12345Z\r\n",
-     [](const Settings& s) { return s.frontend.colorBgMarked; }},
-    {"[Files]\r\nSAVEENDADDR=0x1FFFFFF\r\n",
-     [](const Settings& s) { return s.files.saveAs.endAddress; }},
-    {"[Register]\r\nFOCON=0xXYZ\r\n",
-     [](const Settings& s) { return s.target.Value(InitValue::FOCON); }},
-    {"[Register]\r\nGENERIC1=0xZZ,0x00FE00\r\n",
-     [](const Settings& s) { return s.target.Value(InitValue::Generic1Data); }},
-    {"[Memory]\r\nNAME=X\r\nBLANK=0xQQ\r\n",
-     [](const Settings& s) { return s.target.units.at(0).blank; }},
-    {"[Memory]\r\nNAME=X\r\nSECTION(0).STARTADDRESS(0)=0x12345678\r\n",
-     [](const Settings& s) {
-       return s.target.units.at(0).sections.at(0).regions.at(0).startAddress;
-     }},
-};
+TEST_F(Preferences, FilesThatReadAlike) {
+  const struct {
+    const char* what;
+    std::string_view text;
+    std::string_view readsLike;
+    std::vector<long> issues;
+  } cases[] = {
+      {"keys outside their section",
+       "[Frontend]|BAUDRATE=19200|[Communication]|LOGFILE=1|COLOR_BGNORMAL=0x0|NOSUCHKEY=1",
+       "",
+       {2, 4, 5, 6}},
+      {"keys and headers in any case",
+       "[communication]|baudrate=19200|Port=Com4|[CONTROLLER]|mctype=brask|[memory]|name=Xram|"
+       "section(0).length(0)=0x00fFfF|[frontend]|display=psw",
+       "[Communication]|BAUDRATE=19200|PORT=COM4|[Controller]|MCTYPE=brask|[Memory]|NAME=Xram|"
+       "SECTION(0).LENGTH(0)=0x00FFFF|[Frontend]|DISPLAY=psw",
+       {}},
+      {"spaces are removed",
+       " [ Communication ] |PORT = COM2|BAUD RATE = 38 400|[Files]|LOADFILE = /home/my lab/app.hex",
+       "[Communication]|PORT=COM2|BAUDRATE=38400|[Files]|LOADFILE=/home/mylab/app.hex",
+       {}},
+      {"the last occurrence wins",
+       "[Communication]|BAUDRATE=19200|BAUDRATE=57600|[Controller]|MCTYPE=KESSEL|[Messages]|"
+       "C_GO=0x42|[Controller]|MCTYPE=BRASK|[Messages]|C_GO=0x43",
+       "[Communication]|BAUDRATE=57600|[Controller]|MCTYPE=BRASK|[Messages]|C_GO=0x43",
+       {}},
+      {"script keys in [Files] and [Frontend]",
+       "[Files]|USERSCRIPT0=/s/u0.scm|LASTSCRIPTFILE1=/s/l1.scm|[Messages]|USERSCRIPT1=/s/no.scm|"
+       "[Frontend]|USERSCRIPT3=/s/u3.scm",
+       "[Frontend]|USERSCRIPT0=/s/u0.scm|USERSCRIPT3=/s/u3.scm|LASTSCRIPTFILE1=/s/l1.scm",
+       {5}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Settings s, expected;
+    EXPECT_EQ(issueLines(read(c.text, s).issues), c.issues);
+    read(c.readsLike, expected);
+    EXPECT_EQ(PreferencesText(s), PreferencesText(expected));
+  }
+}
 
 TEST_F(Preferences, HexValuesThatCannotBeConvertedAreStoredAsMinusOne) {
-  for (const auto& c : kRejectedHex) {
-    SCOPED_TRACE(c.text);
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"[Velmora]|VELMORASTARTADDRESS=1000000", "VELMORASTARTADDRESS=FFFFFFFF"},
+      {"[Messages]|C_GO=0xG1", "C_GO=0xFFFFFFFF"},
+      {"[Files]|SAVEENDADDR=0x1FFFFFF", "SAVEENDADDR=0xFFFFFFFF"},
+      {"[Register]|FOCON=0xXYZ", "FOCON=0xFFFFFFFF"},
+      {"[Register]|GENERIC1=0xZZ,0x00FE00", "GENERIC1=0xFFFFFFFF,0x00FE00"},
+      {"[Memory]|NAME=X|BLANK=0xQQ", "BLANK=0xFFFFFFFF"},
+      {"[Memory]|NAME=X|SECTION(0).STARTADDRESS(0)=0x12345678", "STARTADDRESS(0)=0xFFFFFFFF"},
+  };
+  for (const auto& [text, written] : cases) {
+    SCOPED_TRACE(text);
     Settings s;
-    const PreferencesReadResult result = read(c.text, s);
-    EXPECT_EQ(c.field(s), -1);
-    EXPECT_EQ(result.issues.size(), 1U);
+    EXPECT_EQ(read(text, s).issues.size(), 1U);
+    EXPECT_NE(PreferencesText(s).find(std::string(written) + "\r\n"), std::string::npos);
   }
+}
+
+// COMn is /dev/ttyS(n-1); any other name is kept in PORTNAME= beside PORT=COM1.
+TEST_F(Preferences, PortNames) {
+  Settings s;
+  read("[Communication]|PORT=COM3", s);
+  EXPECT_EQ(s.communication.DevicePath(), "/dev/ttyS2");
+  read("[Communication]|PORT=COM1|PORTNAME=/dev/ttyUSB0", s);
+  EXPECT_EQ(s.communication.DevicePath(), "/dev/ttyUSB0");
+  s.communication.SetPort("virtual");
+  EXPECT_NE(PreferencesText(s).find("\r\nPORT=COM1\r\nPORTNAME=virtual\r\n"), std::string::npos);
 }
 
 TEST_F(Preferences, NoMoreThanThirtyThreeMemoryUnits) {
-  std::string text = "[Memory]\r\n";
-  for (int i = 0; i < 34; ++i) {
-    text += "NAME=U" + std::to_string(i) + "\r\nTYPE=T" + std::to_string(i) + "\r\n" +
-            "SECTION(0).STARTADDRESS(0)=0x" + std::to_string(100000 + i) + "\r\n";
-  }
+  std::string text = "[Memory]";
+  for (int i = 0; i < 34; ++i)
+    text += "|NAME=U" + std::to_string(i) + "|TYPE=T" + std::to_string(i);
   Settings s;
-  const PreferencesReadResult result = read(text, s);
-  ASSERT_EQ(s.target.units.size(), static_cast<size_t>(kMaxMemoryUnits));
+  EXPECT_FALSE(read(text + "|BLANK=0x12", s).issues.empty());
+  ASSERT_EQ(s.target.units.size(), 33U);
   // The unit that found no room leaves the last one as the file gave it.
-  const MemoryUnit& last = s.target.units.back();
-  EXPECT_EQ(last.name, "U32");
-  EXPECT_EQ(last.type, "T32");
-  ASSERT_EQ(last.sections.size(), 1U);
-  EXPECT_EQ(last.sections[0].regions[0].startAddress, 0x100032);
-  EXPECT_FALSE(result.issues.empty());
+  EXPECT_EQ(s.target.units.back().type, "T32");
+  EXPECT_EQ(s.target.units.back().blank, 0);
 }
 
-// ---------------------------------------------------------------------------------------
-// Saving
-
-TEST_F(Preferences, SavingReplacesAnExistingFile) {
-  const std::string path = home.Write("lab.ini", "old contents\r\n");
-  const Settings s = nonDefaultSettings();
-  ASSERT_TRUE(SavePreferences(path, s, log));
-  EXPECT_EQ(test::ReadFile(path), PreferencesText(s));
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(home.path()),
-                          std::filesystem::directory_iterator()),
-            1);
-  EXPECT_TRUE(closedLines(log).empty());
-}
-
-TEST_F(Preferences, AFolderThatDoesNotExistFailsWithAnErrorLine) {
-  const std::string path = home.File("no/such/folder/lab.ini");
-  EXPECT_FALSE(SavePreferences(path, nonDefaultSettings(), log));
-  EXPECT_FALSE(std::filesystem::exists(path));
-  const auto lines = closedLines(log);
-  ASSERT_EQ(lines.size(), 1U);
-  EXPECT_EQ(lines[0].rfind("*ERROR: ", 0), 0U) << lines[0];
-  EXPECT_NE(lines[0].find(path), std::string::npos) << lines[0];
-}
-
-// A path that cannot be replaced (here a folder of that name with a file in it) fails and
-// leaves what is there as it was, without a temporary file beside it.
-TEST_F(Preferences, AFailedSaveLeavesWhatWasThere) {
-  const std::string inside = home.Write("lab.ini/keep.txt", "keep me");
-  const std::string path = home.File("lab.ini");
-  EXPECT_FALSE(SavePreferences(path, nonDefaultSettings(), log));
-  EXPECT_TRUE(std::filesystem::is_directory(path));
-  EXPECT_EQ(test::ReadFile(inside), "keep me");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(home.path()),
-                          std::filesystem::directory_iterator()),
-            1);
-  const auto lines = closedLines(log);
-  ASSERT_EQ(lines.size(), 1U);
-  EXPECT_EQ(lines[0].rfind("*ERROR: ", 0), 0U) << lines[0];
-}
-
-// The same with an ordinary file in a folder the program may not write to. Permissions do
-// not hold back the superuser, so the test runs only for ordinary users.
-TEST_F(Preferences, AFileInAReadOnlyFolderIsLeftUnchanged) {
-  if (::geteuid() == 0) GTEST_SKIP() << "permissions do not apply to the superuser";
-  const std::string path = home.Write("ro/lab.ini", "old contents\r\n");
-  const auto folder = home.path() / "ro";
-  std::filesystem::permissions(
-      folder, std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-  const bool saved = SavePreferences(path, nonDefaultSettings(), log);
-  std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
-  EXPECT_FALSE(saved);
-  EXPECT_EQ(test::ReadFile(path), "old contents\r\n");
-  EXPECT_EQ(closedLines(log).size(), 1U);
+// A save replaces the file whole; one that fails leaves what was there, with no temporary
+// file beside it, and says so.
+TEST_F(Preferences, SavingIsAtomic) {
+  const Settings s;
+  ASSERT_TRUE(SavePreferences(home.Write("lab.ini", "old contents\r\n"), s, log));
+  EXPECT_EQ(home.Read("lab.ini"), PreferencesText(s));
+  home.Write("dir.ini/keep.txt", "keep me");
+  for (const std::string& path : {home.File("no/such/folder/lab.ini"), home.File("dir.ini")}) {
+    MessageLog failure;
+    EXPECT_FALSE(SavePreferences(path, s, failure));
+    EXPECT_TRUE(logText(failure).starts_with("*ERROR: ") &&
+                logText(failure).find(path) != std::string::npos);
+  }
+  EXPECT_EQ(home.Read("dir.ini/keep.txt"), "keep me");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(home.path()), {}), 2);
+  EXPECT_EQ(logText(log), "");
 }
 
 }  // namespace
