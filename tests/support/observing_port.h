@@ -1,12 +1,14 @@
-// A serial port that passes everything on to another one and watches the received-byte
-// notification: a test can tell whether the host wrote to or read from the line while
-// the notification was on, outside the notification itself.
+// A serial port that passes everything on to another one and watches it: the bytes the
+// host took from the line, and the received-byte notification. ObservedLinkFixture puts
+// one between the fixture's link and its virtual board, and checks after every test that
+// the host used the line only while the notification was off, and switched it on again.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
-#include "link/serial_port.h"
+#include "link/unsolicited_bytes.h"
+#include "link_fixture.h"
 
 namespace velmora::test {
 
@@ -20,17 +22,10 @@ class ObservingPort : public SerialPort {
     });
   }
 
-  bool receiving() const { return receiving_; }
-  // Every switch of the notification, in order.
-  const std::vector<bool>& notificationChanges() const { return changes_; }
-  // Port operations on the line while the notification was on and no notification ran.
-  size_t writesWhileReceiving() const { return writesWhileReceiving_; }
-  size_t readsWhileReceiving() const { return readsWhileReceiving_; }
-  void ClearCounts() {
-    changes_.clear();
-    writesWhileReceiving_ = 0;
-    readsWhileReceiving_ = 0;
-  }
+  std::vector<uint8_t> read;  // every byte the host read
+  std::vector<bool> changes;  // every switch of the notification, in order
+  // Writes and reads while the notification was on, outside the notification itself.
+  size_t usesWhileReceiving = 0;
 
   bool Open(const std::string& device, const LineSettings& settings) override {
     return inner_.Open(device, settings);
@@ -39,7 +34,7 @@ class ObservingPort : public SerialPort {
   bool IsOpen() const override { return inner_.IsOpen(); }
   bool Configure(const LineSettings& settings) override { return inner_.Configure(settings); }
   bool Write(std::span<const uint8_t> bytes) override {
-    if (receiving_) ++writesWhileReceiving_;
+    tally();
     return inner_.Write(bytes);
   }
   bool WaitForBytesWritten(std::chrono::milliseconds timeout) override {
@@ -47,24 +42,40 @@ class ObservingPort : public SerialPort {
   }
   size_t BytesAvailable() override { return inner_.BytesAvailable(); }
   std::vector<uint8_t> Read(size_t count) override {
-    if (receiving_ && !inNotification_) ++readsWhileReceiving_;
-    return inner_.Read(count);
+    tally();
+    std::vector<uint8_t> bytes = inner_.Read(count);
+    read.insert(read.end(), bytes.begin(), bytes.end());
+    return bytes;
   }
   void DiscardInput() override { inner_.DiscardInput(); }
   void WaitForInput(std::chrono::milliseconds timeout) override { inner_.WaitForInput(timeout); }
   void SetReceiveNotification(bool enabled) override {
-    receiving_ = enabled;
-    changes_.push_back(enabled);
+    changes.push_back(enabled);
     inner_.SetReceiveNotification(enabled);
   }
+  void Poll() override { inner_.Poll(); }
 
  private:
+  void tally() {
+    if (!changes.empty() && changes.back() && !inNotification_) ++usesWhileReceiving;
+  }
+
   SerialPort& inner_;
-  bool receiving_ = false;
   bool inNotification_ = false;
-  std::vector<bool> changes_;
-  size_t writesWhileReceiving_ = 0;
-  size_t readsWhileReceiving_ = 0;
+};
+
+class ObservedLinkFixture : public LinkFixture {
+ protected:
+  explicit ObservedLinkFixture(bool kline = false) : LinkFixture("TOLVANE", kline), line(*port) {
+    link = std::make_unique<Link>(line, link->context());
+    line.SetReceivedHandler([this] { HandleUnsolicitedBytes(*link); });
+  }
+  void TearDown() override {
+    EXPECT_EQ(line.usesWhileReceiving, 0U);
+    EXPECT_TRUE(line.changes.empty() || line.changes.back()) << "event reception left off";
+  }
+
+  ObservingPort line;
 };
 
 }  // namespace velmora::test
