@@ -489,9 +489,9 @@ std::span<const CommandSpec> CommandTable() { return kCommands; }
 
 const CommandSpec* MatchCommand(std::string_view line) {
   const CommandSpec* best = nullptr;
-  for (const auto& spec : kCommands) {
-    if (line.size() < spec.name.size() || !EqualsNoCase(line.substr(0, spec.name.size()), spec.name)) continue;
-    if (!best || spec.name.size() > best->name.size()) best = &spec;
+  for (const auto& command : kCommands) {
+    if (line.size() < command.name.size() || !EqualsNoCase(line.substr(0, command.name.size()), command.name)) continue;
+    if (!best || command.name.size() > best->name.size()) best = &command;
   }
   return best;
 }

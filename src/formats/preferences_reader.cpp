@@ -59,11 +59,11 @@ class PreferencesParser {
         return;
       }
     }
-    for (const auto& spec : keys_) {
-      if (!startsWithNoCase(line, spec.key)) continue;
-      if (spec.section != section_ && !scriptKeyHere(spec)) continue;
-      if (!spec.apply(std::string_view(line).substr(spec.key.size()))) {
-        result_.issues.push_back({number, "value of " + spec.key + " not taken"});
+    for (const auto& entry : keys_) {
+      if (!startsWithNoCase(line, entry.key)) continue;
+      if (entry.section != section_ && !scriptKeyHere(entry)) continue;
+      if (!entry.apply(std::string_view(line).substr(entry.key.size()))) {
+        result_.issues.push_back({number, "value of " + entry.key + " not taken"});
       }
       return;
     }
@@ -73,9 +73,9 @@ class PreferencesParser {
 
  private:
   // The script keys are honoured in [Files] and in [Frontend].
-  bool scriptKeyHere(const KeySpec& spec) const {
-    return spec.section == Section::Files && section_ == Section::Frontend &&
-           (spec.key.rfind("USERSCRIPT", 0) == 0 || spec.key.rfind("LASTSCRIPTFILE", 0) == 0);
+  bool scriptKeyHere(const KeySpec& entry) const {
+    return entry.section == Section::Files && section_ == Section::Frontend &&
+           (entry.key.rfind("USERSCRIPT", 0) == 0 || entry.key.rfind("LASTSCRIPTFILE", 0) == 0);
   }
 
   bool memoryUnitLine(const std::string& line, long number) {
