@@ -1,8 +1,6 @@
-// The shipped opcode table and the default type's registers, loaded once for the decoder
-// suites, and an image with code placed in it.
+// The shipped opcode table and the default type's registers, loaded once, and a run of
+// instructions decoded one after the other as a listing does.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
@@ -24,35 +22,32 @@ struct ShippedTables {
   RegisterTable registers;
 };
 
-inline ShippedTables LoadShipped() {
-  ShippedTables loaded;
-  MessageLog log{"unused-log.txt"};
-  loaded.opcodeResult = LoadOpcodeTable(
-      (ShippedDataFolder() / "CMDDEF" / "command.cmd").string(), loaded.opcodes, log);
-  LoadRegisterFile((ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded.registers,
-                   log);
-  return loaded;
-}
-
-// Loaded once for the whole suite.
 inline const ShippedTables& Shipped() {
-  static const ShippedTables tables = LoadShipped();
+  static const ShippedTables tables = [] {
+    ShippedTables loaded;
+    MessageLog log{"unused-log.txt"};
+    loaded.opcodeResult = LoadOpcodeTable((ShippedDataFolder() / "CMDDEF" / "command.cmd").string(),
+                                          loaded.opcodes, log);
+    LoadRegisterFile((ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded.registers,
+                     log);
+    return loaded;
+  }();
   return tables;
 }
 
-// Places bytes at address as loaded code (defined).
-inline void PlaceCode(MemoryImage& image, int32_t address, const std::vector<uint8_t>& bytes) {
+// Places bytes as loaded code at address and decodes count instructions from there with
+// a fresh decoder; *end receives the address after the last one.
+inline std::vector<std::string> DecodeRun(const std::vector<uint8_t>& bytes, int count,
+                                          int32_t address, int32_t* end = nullptr) {
+  MemoryImage image;
   image.StoreLoaded(address, bytes);
-}
-
-// Decodes instructions one after the other from address on, as a listing does.
-inline std::vector<std::string> DecodeRun(InstructionDecoder& decoder, MemoryImage& image,
-                                          int32_t address, int count) {
+  InstructionDecoder decoder(Shipped().opcodes, Shipped().registers);
   std::vector<std::string> texts;
   for (int i = 0; i < count; ++i) {
     texts.push_back(decoder.Disassemble(image, address));
     address += decoder.InstructionLength(image, address);
   }
+  if (end != nullptr) *end = address;
   return texts;
 }
 
