@@ -22,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_support.h"
 #include "core/memory_image.h"
 #include "core/message_log.h"
 #include "core/selection_list.h"
@@ -45,17 +46,6 @@ const std::vector<uint8_t> kRoutine = {
     0xF2, 0xF7, 0x00, 0x40, 0xA8, 0x24, 0x00, 0x62, 0x08, 0x42, 0x28, 0x51, 0x3D, 0xFB,
     0xAA, 0x88, 0x02, 0xB0, 0xCA, 0x00, 0x30, 0x04, 0xF6, 0xF6, 0x00, 0xFA, 0xBF, 0x88,
     0xCB, 0x00, 0x0E, 0x04, 0xDC, 0x46, 0xF7, 0xF8, 0x00, 0x00, 0xCB, 0x00};
-
-// --home, else VELMORA_HOME, else the folder of the program (the build copies the shipped
-// files there).
-std::filesystem::path programFolder(const std::string& option, const char* argv0) {
-  if (!option.empty()) return option;
-  if (const char* env = std::getenv("VELMORA_HOME"); env && *env) return env;
-  std::error_code error;
-  const auto self = std::filesystem::canonical("/proc/self/exe", error);
-  if (!error) return self.parent_path();
-  return std::filesystem::absolute(argv0).parent_path();
-}
 
 void fillWithRoutine(velmora::MemoryImage& image) {
   std::vector<uint8_t> bytes;
@@ -167,7 +157,7 @@ int main(int argc, char** argv) {
       rounds = std::max(1, std::atoi(argv[++i]));
     }
   }
-  const auto home = programFolder(homeOption, argv[0]);
+  const auto home = velmora::bench::ProgramFolder(homeOption, argv[0]);
   velmora::MessageLog log{(home / "bench-log.txt").string()};
   velmora::OpcodeTable opcodes;
   const auto opcodeResult =

@@ -36,6 +36,7 @@
 #include <sys/prctl.h>
 #endif
 
+#include "bench_support.h"
 #include "commands/flash_operations.h"
 #include "config/settings.h"
 #include "core/frontend.h"
@@ -61,25 +62,6 @@ using Clock = std::chrono::steady_clock;
 constexpr const char* kType = "BRASK";
 constexpr int32_t kBaud = 115200;
 constexpr double kLineBytesPerSecond = kBaud / 10.0;  // 8N1: ten bits a byte
-
-// Answers every box with OK and has nothing to draw.
-class QuietFrontend : public velmora::Frontend {
- public:
-  velmora::BoxAnswer MessageBox(std::string_view, velmora::BoxButtons buttons, velmora::BoxIcon,
-                                std::string_view) override {
-    return buttons == velmora::BoxButtons::YesNo ? velmora::BoxAnswer::Yes : velmora::BoxAnswer::Ok;
-  }
-  std::optional<std::string> InputBox(std::string_view, std::string_view,
-                                      std::string_view defaultText) override {
-    return std::string(defaultText);
-  }
-  void ShowMessageWindow(std::string_view) override {}
-  void SetBusy(bool) override {}
-  void RequestRefresh(velmora::RefreshTarget) override {}
-  void ProcessEvents(std::chrono::milliseconds) override {}
-  void SetClipboardText(std::string_view) override {}
-  std::string ClipboardText() override { return {}; }
-};
 
 // Passes everything on to the virtual port and counts the bytes the host reads (what the
 // board sent, as it arrives at the host) and the host's waits on the line.
@@ -132,17 +114,6 @@ long timerSlack() {
 #endif
 }
 
-// --home, else VELMORA_HOME, else the folder of the program (the build copies the shipped
-// files there).
-std::filesystem::path programFolder(const std::string& option, const char* argv0) {
-  if (!option.empty()) return option;
-  if (const char* env = std::getenv("VELMORA_HOME"); env && *env) return env;
-  std::error_code error;
-  const auto self = std::filesystem::canonical("/proc/self/exe", error);
-  if (!error) return self.parent_path();
-  return std::filesystem::absolute(argv0).parent_path();
-}
-
 int run(const std::filesystem::path& home, int32_t kilobytes) {
   velmora::Settings settings;
   velmora::SetDefaultPreferences(settings, home);
@@ -154,7 +125,7 @@ int run(const std::filesystem::path& home, int32_t kilobytes) {
   image.InitImage();
   velmora::SelectionList selections;
   velmora::MessageLog log;
-  QuietFrontend frontend;
+  velmora::bench::QuietFrontend frontend;
   velmora::RegisterTable registers;
   velmora::MonitorArea monitorArea = velmora::kDefaultMonitorArea;
 
@@ -285,5 +256,5 @@ int main(int argc, char** argv) {
 #endif
     }
   }
-  return run(programFolder(homeOption, argv[0]), kilobytes);
+  return run(velmora::bench::ProgramFolder(homeOption, argv[0]), kilobytes);
 }

@@ -19,6 +19,7 @@
 #include <memory>
 #include <string>
 
+#include "bench_support.h"
 #include "app/qt_serial_port.h"
 #include "config/settings.h"
 #include "core/frontend.h"
@@ -50,25 +51,6 @@ constexpr int32_t kStart = 0x000000;
 // Line bytes of one block beyond its data (see the top of the file).
 constexpr int32_t kProtocolBytes = 12;
 
-// Answers every box with OK and has nothing to draw.
-class QuietFrontend : public velmora::Frontend {
- public:
-  velmora::BoxAnswer MessageBox(std::string_view, velmora::BoxButtons buttons, velmora::BoxIcon,
-                                std::string_view) override {
-    return buttons == velmora::BoxButtons::YesNo ? velmora::BoxAnswer::Yes : velmora::BoxAnswer::Ok;
-  }
-  std::optional<std::string> InputBox(std::string_view, std::string_view,
-                                      std::string_view defaultText) override {
-    return std::string(defaultText);
-  }
-  void ShowMessageWindow(std::string_view) override {}
-  void SetBusy(bool) override {}
-  void RequestRefresh(velmora::RefreshTarget) override {}
-  void ProcessEvents(std::chrono::milliseconds) override {}
-  void SetClipboardText(std::string_view) override {}
-  std::string ClipboardText() override { return {}; }
-};
-
 // What a link needs around it, as a session would hold it.
 struct Host {
   explicit Host(const std::filesystem::path& home) : folder(home) {
@@ -97,7 +79,7 @@ struct Host {
   velmora::MemoryImage image;
   velmora::SelectionList selections;
   velmora::MessageLog log;
-  QuietFrontend frontend;
+  velmora::bench::QuietFrontend frontend;
   velmora::RegisterTable registers;
   velmora::MonitorArea monitorArea = velmora::kDefaultMonitorArea;
 };
