@@ -8,22 +8,12 @@
 #include "formats/memory_file.h"
 #include "formats/memory_unit_keys.h"
 #include "formats/register_file.h"
+#include "reader_results.h"
 #include "temp_folder.h"
 
 namespace velmora {
 namespace {
 
-// The closed lines of the log, one after the other.
-std::string logText(const MessageLog& log) {
-  std::string text;
-  for (int i = 0; i + 1 < log.List().Count(); ++i) text += log.List().Entry(i);
-  return text;
-}
-std::vector<long> issueLines(const LineIssues& issues) {
-  std::vector<long> lines;
-  for (const auto& issue : issues) lines.push_back(issue.line);
-  return lines;
-}
 // The lines of a file, given with "|" between them.
 std::string file(std::string_view lines) {
   std::string text;
@@ -68,7 +58,7 @@ TEST_F(DefinitionFiles, ControllerDatabaseIgnoresSpacesAndCase) {
                       "ID=0X55,0X5A||[Tolvane]|REGDEF=C:\\defs\\TOLVANE.SFR|"
                       "id = 0xd5, 0x1820 ,0x3020")),
       home.path(), table, log);
-  EXPECT_EQ(issueLines(issues), (std::vector<long>{2}));  // a key before the first type
+  EXPECT_EQ(test::IssueLines(issues), (std::vector<long>{2}));  // a key before the first type
   ASSERT_EQ(table.Count(), 2);
   EXPECT_EQ(table.At(0).name, "BRASK");
   EXPECT_EQ(table.At(0).registerFile, (home.path() / "SFRDEF/BRASK.SFR").string());
@@ -81,12 +71,12 @@ TEST_F(DefinitionFiles, ControllerDatabaseIgnoresSpacesAndCase) {
   EXPECT_EQ(table.FindControllerType("brask"), 0);
   EXPECT_EQ(table.FindControllerType("Tolvane"), 1);
   EXPECT_EQ(table.FindControllerType("KESSEL"), -1);
-  EXPECT_EQ(logText(log), "");
+  EXPECT_EQ(test::LogText(log), "");
 
   const std::string path = home.File("nowhere/mctypes.dat");
   LoadControllerTypes(path, home.path(), table, log);
   EXPECT_EQ(table.Count(), 0);
-  EXPECT_EQ(logText(log), notFound(path));
+  EXPECT_EQ(test::LogText(log), notFound(path));
 }
 
 // Tables stop at their limits with one error line; what found no room changes nothing.
@@ -106,9 +96,9 @@ TEST_F(DefinitionFiles, TablesStopAtTheirLimits) {
       LoadRegisterFile(home.Write("MANY.SFR", registers), registerTable, log).issues.empty());
   EXPECT_EQ(registerTable.Count(), 1025);
   EXPECT_EQ(registerTable.At(1024).name, "R1024");
-  EXPECT_TRUE(logText(log).starts_with("*ERROR: More than 65 ")) << logText(log);
-  EXPECT_EQ(logText(log).find("*ERROR: More than 1025 "), logText(log).rfind("*ERROR"))
-      << logText(log);
+  EXPECT_TRUE(test::LogText(log).starts_with("*ERROR: More than 65 ")) << test::LogText(log);
+  EXPECT_EQ(test::LogText(log).find("*ERROR: More than 1025 "), test::LogText(log).rfind("*ERROR"))
+      << test::LogText(log);
 }
 
 constexpr const char* kRegisterText =
@@ -137,10 +127,10 @@ TEST_F(DefinitionFiles, RegisterFile) {
       LoadRegisterFile(home.Write("TEST.SFR", kRegisterText), table, log);
   ASSERT_TRUE(result.found);
   // Lines 13 and 14 are skipped; only the bit beyond 15 is said.
-  EXPECT_EQ(issueLines(result.issues), (std::vector<long>{13, 14}));
-  EXPECT_TRUE(logText(log).starts_with("*ERROR: Bit 16 of PSW beyond bit 15 in line 14 of "))
-      << logText(log);
-  EXPECT_EQ(logText(log).rfind("*ERROR"), 0U);
+  EXPECT_EQ(test::IssueLines(result.issues), (std::vector<long>{13, 14}));
+  EXPECT_TRUE(test::LogText(log).starts_with("*ERROR: Bit 16 of PSW beyond bit 15 in line 14 of "))
+      << test::LogText(log);
+  EXPECT_EQ(test::LogText(log).rfind("*ERROR"), 0U);
   // In file order, then ZEROS and ONES; a field's name and width sit at its highest bit
   // (BFLD) or at the given bit (BITFLD).
   EXPECT_EQ(describe(table),
@@ -165,7 +155,7 @@ TEST_F(DefinitionFiles, RegisterFile) {
   const std::string path = home.File("SFRDEF/NONE.SFR");
   EXPECT_FALSE(LoadRegisterFile(path, table, log).found);
   EXPECT_EQ(table.Count(), 0);
-  EXPECT_EQ(logText(log), notFound(path));
+  EXPECT_EQ(test::LogText(log), notFound(path));
 }
 
 // The unit keys are those of the preferences file; here the header names the unit and
@@ -180,7 +170,7 @@ TEST_F(DefinitionFiles, MemoryFile) {
                       "[XRAM]|SECTION(0).STARTADDRESS(0)=0x200000|SECTION(0).LENGTH(0)=0x010000")),
       units, log);
   ASSERT_TRUE(result.found);
-  EXPECT_EQ(issueLines(result.issues), (std::vector<long>{7, 9}));  // FORMAT, NAME=
+  EXPECT_EQ(test::IssueLines(result.issues), (std::vector<long>{7, 9}));  // FORMAT, NAME=
   ASSERT_EQ(units.size(), 2U);
   EXPECT_EQ(units[0].name, "IFLASH");
   EXPECT_EQ(
@@ -193,17 +183,17 @@ TEST_F(DefinitionFiles, MemoryFile) {
   EXPECT_EQ(MemoryUnitKeyLines(units[1]),
             file("TYPE=RAM|BLANK=0x00|BURSTSIZE=0x0001|SECTION(0).STARTADDRESS(0)=0x200000|"
                  "SECTION(0).LENGTH(0)=0x010000|DRIVER.BUFFERADDRESS=00FC80"));
-  EXPECT_EQ(logText(log), "");
+  EXPECT_EQ(test::LogText(log), "");
 
   // A missing file keeps the units; reading ends at a 33rd unit.
   const std::string path = home.File("MEMDEF/NONE.MEM");
   EXPECT_FALSE(LoadMemoryFile(path, units, log).found);
   EXPECT_EQ(units.size(), 2U);
-  EXPECT_EQ(logText(log), notFound(path));
+  EXPECT_EQ(test::LogText(log), notFound(path));
   std::string many;
   for (int i = 0; i < 33; ++i)
     many += "[U" + std::to_string(i) + "]\r\nTYPE=" + (i == 32 ? "FLASH" : "XRAM") + "\r\n";
-  EXPECT_EQ(issueLines(LoadMemoryFile(home.Write("MANY.MEM", many), units, log).issues),
+  EXPECT_EQ(test::IssueLines(LoadMemoryFile(home.Write("MANY.MEM", many), units, log).issues),
             (std::vector<long>{65}));
   ASSERT_EQ(units.size(), 32U);
   EXPECT_EQ(units[31].type, "XRAM");

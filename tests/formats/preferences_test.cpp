@@ -6,22 +6,13 @@
 #include <string>
 #include <vector>
 
+#include "reader_results.h"
 #include "temp_folder.h"
 
 namespace velmora {
 namespace {
 
 // The closed lines of the log, with the lines the list wrapped at 76 characters joined.
-std::string logText(const MessageLog& log) {
-  std::string text;
-  for (int i = 0; i + 1 < log.List().Count(); ++i) text += log.List().Entry(i);
-  return text;
-}
-std::vector<long> issueLines(const LineIssues& issues) {
-  std::vector<long> lines;
-  for (const auto& issue : issues) lines.push_back(issue.line);
-  return lines;
-}
 
 // The files below give their lines with "|" between them.
 constexpr std::string_view kDefaultFile =
@@ -127,7 +118,7 @@ TEST_F(Preferences, FilesReadBackAsTheyWereWritten) {
   const std::string path = home.File("PREFS/none.ini");
   EXPECT_FALSE(ReadPreferences(path, s, home.path(), log).found);
   EXPECT_EQ(PreferencesText(s), file(kDefaultFile));
-  EXPECT_EQ(logText(log), "*ERROR: File " + path + " not found");
+  EXPECT_EQ(test::LogText(log), "*ERROR: File " + path + " not found");
 }
 
 TEST_F(Preferences, FilesThatReadAlike) {
@@ -165,7 +156,7 @@ TEST_F(Preferences, FilesThatReadAlike) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     Settings s, expected;
-    EXPECT_EQ(issueLines(read(c.text, s).issues), c.issues);
+    EXPECT_EQ(test::IssueLines(read(c.text, s).issues), c.issues);
     read(c.readsLike, expected);
     EXPECT_EQ(PreferencesText(s), PreferencesText(expected));
   }
@@ -222,12 +213,12 @@ TEST_F(Preferences, SavingIsAtomic) {
   for (const std::string& path : {home.File("no/such/folder/lab.ini"), home.File("dir.ini")}) {
     MessageLog failure;
     EXPECT_FALSE(SavePreferences(path, s, failure));
-    EXPECT_TRUE(logText(failure).starts_with("*ERROR: ") &&
-                logText(failure).find(path) != std::string::npos);
+    EXPECT_TRUE(test::LogText(failure).starts_with("*ERROR: ") &&
+                test::LogText(failure).find(path) != std::string::npos);
   }
   EXPECT_EQ(home.Read("dir.ini/keep.txt"), "keep me");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(home.path()), {}), 2);
-  EXPECT_EQ(logText(log), "");
+  EXPECT_EQ(test::LogText(log), "");
 }
 
 }  // namespace
