@@ -12,6 +12,7 @@
 #include "formats/clipboard_transfer.h"
 #include "formats/hex_reader.h"
 #include "formats/hex_writer.h"
+#include "reader_results.h"
 #include "temp_folder.h"
 
 namespace velmora {
@@ -48,15 +49,9 @@ std::string lines(const std::vector<std::string>& records, std::string_view end 
   return text;
 }
 
-// The closed lines of the log, one after the other.
-std::string logText(const MessageLog& log) {
-  std::string text;
-  for (int i = 0; i + 1 < log.List().Count(); ++i) text += log.List().Entry(i);
-  return text;
-}
 bool oneErrorLine(const MessageLog& log) {
-  return log.List().Count() >= 2 && logText(log).starts_with("*ERROR: ") &&
-         logText(log).rfind("*ERROR") == 0;
+  return log.List().Count() >= 2 && test::LogText(log).starts_with("*ERROR: ") &&
+         test::LogText(log).rfind("*ERROR") == 0;
 }
 
 // The selections as "100-1FF 300-3FF".
@@ -133,7 +128,7 @@ TEST(HexReader, ContiguousRunsBecomeSelections) {
     SCOPED_TRACE(c.what);
     const auto l = load(c.text);
     EXPECT_EQ(l->result.status, HexReadStatus::Ok);
-    EXPECT_EQ(logText(l->log), "");
+    EXPECT_EQ(test::LogText(l->log), "");
     EXPECT_EQ(ranges(l->selections), c.ranges);
     EXPECT_EQ(l->result.bytesStored, c.stored);
     if (c.probe < 0) continue;
@@ -162,9 +157,9 @@ TEST(HexReader, ABadLineStopsWithOneErrorLineAndStoresNothingOfIt) {
     EXPECT_EQ(l->result.status, status);
     EXPECT_EQ(l->result.lineNumber, 4);
     if (status == HexReadStatus::NoStartMark) {
-      EXPECT_EQ(logText(l->log), "*ERROR: No ':' at beginning of line ");
+      EXPECT_EQ(test::LogText(l->log), "*ERROR: No ':' at beginning of line ");
     } else {
-      EXPECT_TRUE(oneErrorLine(l->log) && logText(l->log).ends_with(" 4")) << logText(l->log);
+      EXPECT_TRUE(oneErrorLine(l->log) && test::LogText(l->log).ends_with(" 4")) << test::LogText(l->log);
     }
     // Runs closed before the line stay selected; the current run is loaded but not
     // selected; nothing of the bad line or after it is stored.
@@ -211,7 +206,7 @@ TEST(HexReader, MoreThan1001SeparateRunsKeepTheBytesAndSaySo) {
   records.push_back(data(0x0001, {0xAB}));  // touches the first run: merges into the full list
   const auto l = load(lines(records));
   EXPECT_EQ(l->result.status, HexReadStatus::Ok);
-  EXPECT_EQ(logText(l->log), kTooManySelectionsLine);
+  EXPECT_EQ(test::LogText(l->log), kTooManySelectionsLine);
   ASSERT_EQ(l->selections.Count(), SelectionList::kCapacity);
   EXPECT_EQ(l->selections.At(0), (Selection{0, 1}));
   EXPECT_EQ(l->selections.At(1000), (Selection{4000, 4000}));
@@ -304,7 +299,7 @@ TEST_F(HexWriter, RecordTexts) {
     std::istringstream records(c.records);
     for (std::string line; records >> line;) expected += line + "\r\n";
     EXPECT_EQ(folder.Read("out.hex"), expected + kEnd + "\r\n");
-    EXPECT_EQ(logText(log), "");
+    EXPECT_EQ(test::LogText(log), "");
   }
 }
 
@@ -327,7 +322,7 @@ TEST_F(HexWriter, ARefusedSaveLeavesTheTargetAsItWas) {
     EXPECT_EQ(save(c, log), status);
     EXPECT_EQ(folder.Read("out.hex"), original);
     EXPECT_EQ(filesInFolder(), 1) << "a temporary file stayed";
-    EXPECT_TRUE(oneErrorLine(log)) << logText(log);
+    EXPECT_TRUE(oneErrorLine(log)) << test::LogText(log);
   }
   MessageLog log;
   ASSERT_EQ(save({"", true, "FA0000-FA0000", 16, 4, ""}, log),
@@ -335,7 +330,7 @@ TEST_F(HexWriter, ARefusedSaveLeavesTheTargetAsItWas) {
   EXPECT_EQ(folder.Read("out.hex"), lines({":0200000400FA00", ":0100000000FF", kEnd}));
   path = folder.File("missing/out.hex");
   EXPECT_EQ(save({"", true, "0-F", 16, 4, ""}, log), HexWriteStatus::CannotWrite);
-  EXPECT_TRUE(oneErrorLine(log) && logText(log).find(path) != std::string::npos) << logText(log);
+  EXPECT_TRUE(oneErrorLine(log) && test::LogText(log).find(path) != std::string::npos) << test::LogText(log);
   EXPECT_EQ(filesInFolder(), 1);
 }
 
@@ -399,7 +394,7 @@ TEST(HexRoundTrip, SavedBytesReadBack) {
         for (int32_t a = start; a <= end; ++a)
           ASSERT_EQ(valueOf(block, a), original.GetByte(a)) << a;
       }
-      EXPECT_EQ(logText(log), "");
+      EXPECT_EQ(test::LogText(log), "");
     }
   }
 }
@@ -449,7 +444,7 @@ TEST_F(Clipboard, CopiedSelectionsPasteWithTheGapsBetweenThem) {
   EXPECT_EQ(image.Flags(0x5004), kDefined | kValid);
   EXPECT_EQ(image.Flags(0x5021), kDefined | kValid);
   EXPECT_EQ(image.Flags(0x5022), kDefined);
-  EXPECT_EQ(logText(log), "");
+  EXPECT_EQ(test::LogText(log), "");
   SelectionList selections;
   ASSERT_TRUE(selections.AddSelection(0x5020, 0x502F));
   EXPECT_EQ(CutSelections(image, selections), copy({{0x5020, 0x502F}}));
@@ -470,7 +465,7 @@ TEST_F(Clipboard, RefusedPastesWriteNothing) {
   for (const auto& [text, start, status] : cases) {
     MessageLog refusal;
     EXPECT_EQ(PasteClipboard(text, start, image, refusal).status, status) << text;
-    EXPECT_TRUE(oneErrorLine(refusal)) << logText(refusal);
+    EXPECT_TRUE(oneErrorLine(refusal)) << test::LogText(refusal);
   }
   EXPECT_EQ(values(0xFFFFF0, 0x10), std::vector<int>(0x10, -1));
   EXPECT_EQ(values(0x100, 0x10), std::vector<int>(0x10, -1));

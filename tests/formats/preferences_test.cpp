@@ -12,8 +12,6 @@
 namespace velmora {
 namespace {
 
-// The closed lines of the log, with the lines the list wrapped at 76 characters joined.
-
 // The files below give their lines with "|" between them.
 constexpr std::string_view kDefaultFile =
     "[Velmora]|IDLENGTH=1|LOADER=MCProg\\LOAD.HEX|VELMORA=MCProg\\VELMORA.HEX|"
