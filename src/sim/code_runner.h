@@ -3,6 +3,10 @@
 // the instruction are followed, and a far call into the monitor's break entry (a planted
 // breakpoint) stops the run. Anything else that changes the flow (returns, jumps through
 // registers) leaves the program running on its own, beyond what the board can follow.
+//
+// An instruction that a planted far call covers in part is not the program's any more: a
+// controller would run the call's address bytes as code. The board counts that as a
+// program gone astray, which never comes back to the monitor.
 #pragma once
 
 #include <cstdint>
