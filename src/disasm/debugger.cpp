@@ -1,6 +1,7 @@
 #include "disasm/debugger.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "core/frontend.h"
 #include "core/hex_text.h"
@@ -21,7 +22,13 @@ std::string_view afterLast(std::string_view text, char separator) {
   return at == std::string_view::npos ? text : text.substr(at + 1);
 }
 
-bool conditional(std::string_view operands) { return operands.substr(0, 5) != "cc_UC"; }
+bool conditional(std::string_view operands) {
+  return operands.substr(0, 5) != "cc_UC";
+}
+
+bool overlaps(int32_t first, int firstLength, int32_t second, int secondLength) {
+  return first < second + secondLength && second < first + firstLength;
+}
 
 }  // namespace
 
@@ -35,27 +42,68 @@ int Debugger::Find(int32_t address) const {
 }
 
 void Debugger::plant(size_t index) {
+  // Only the program's own code is ever saved: a call this one would cover goes first.
+  liftOverlapping(table_[index].address, kBreakCallLength);
   Breakpoint& breakpoint = table_[index];
   MemoryImage& image = link_.context().image;
   image.ReadBytes(breakpoint.address, breakpoint.saved);
   const int32_t entry = link_.breakEntry;
-  const uint8_t call[4] = {kFarCallOpcode, static_cast<uint8_t>(entry >> 16), static_cast<uint8_t>(entry),
-                           static_cast<uint8_t>(entry >> 8)};
-  for (int k = 0; k < 4; ++k) image.SetByte(breakpoint.address + k, call[k]);
-  link_.monitor().Cmd_Write(breakpoint.address, 4);
+  const uint8_t call[4] = {kFarCallOpcode, static_cast<uint8_t>(entry >> 16),
+                           static_cast<uint8_t>(entry), static_cast<uint8_t>(entry >> 8)};
+  for (int k = 0; k < kBreakCallLength; ++k) image.SetByte(breakpoint.address + k, call[k]);
+  breakpoint.planted = true;
+  link_.monitor().Cmd_Write(breakpoint.address, kBreakCallLength);
 }
 
 void Debugger::restore(size_t index) {
-  const Breakpoint& breakpoint = table_[index];
+  Breakpoint& breakpoint = table_[index];
+  if (!breakpoint.planted) return;
   MemoryImage& image = link_.context().image;
-  for (int k = 0; k < 4; ++k) image.SetByte(breakpoint.address + k, breakpoint.saved[static_cast<size_t>(k)]);
-  link_.monitor().Cmd_Write(breakpoint.address, 4);
+  for (int k = 0; k < kBreakCallLength; ++k) {
+    image.SetByte(breakpoint.address + k, breakpoint.saved[static_cast<size_t>(k)]);
+  }
+  breakpoint.planted = false;
+  link_.monitor().Cmd_Write(breakpoint.address, kBreakCallLength);
+}
+
+uint8_t Debugger::codeByte(int32_t address) const {
+  for (const Breakpoint& breakpoint : table_) {
+    if (breakpoint.planted && overlaps(breakpoint.address, kBreakCallLength, address, 1)) {
+      return breakpoint.saved[static_cast<size_t>(address - breakpoint.address)];
+    }
+  }
+  return link_.context().image.GetByte(address);
+}
+
+int Debugger::codeLength(int32_t address) const {
+  return decoder_.LengthOf(codeByte(address));
+}
+
+void Debugger::liftOverlapping(int32_t address, int length) {
+  for (size_t i = table_.size(); i-- > 0;) {
+    if (!table_[i].planted || !overlaps(table_[i].address, kBreakCallLength, address, length))
+      continue;
+    restore(i);
+    lifted_.push_back(table_[i].address);
+  }
+}
+
+void Debugger::liftAround(int32_t position) {
+  lifted_.clear();
+  liftOverlapping(position, codeLength(position));
 }
 
 bool Debugger::Add(int32_t address) {
   if (static_cast<int>(table_.size()) >= kMaxBreakpoints) {
     link_.context().log.WriteLine(kTooManyBreakpointsLine);
     return false;
+  }
+  for (const Breakpoint& other : table_) {
+    if (overlaps(other.address, kBreakCallLength, address, kBreakCallLength)) {
+      link_.context().log.WriteLine(std::string(kOverlappingBreakpointLine) +
+                                    HexN(other.address, 6));
+      return false;
+    }
   }
   table_.push_back({address, {}});
   plant(table_.size() - 1);
@@ -65,7 +113,7 @@ bool Debugger::Add(int32_t address) {
 bool Debugger::Remove(int32_t address) {
   const int found = Find(address);
   if (found < 0) return false;
-  // Later breakpoints may have saved bytes of this one's call: lift them all first.
+  // The later ones move down a place: each is lifted first and planted again after.
   for (size_t i = table_.size(); i-- > static_cast<size_t>(found);) restore(i);
   table_.erase(table_.begin() + found);
   for (size_t i = static_cast<size_t>(found); i < table_.size(); ++i) plant(i);
@@ -76,6 +124,7 @@ void Debugger::RemoveAll() {
   for (size_t i = table_.size(); i-- > 0;) restore(i);
   table_.clear();
   temporaries_ = 0;
+  lifted_.clear();
 }
 
 bool Debugger::Toggle(int32_t address) {
@@ -91,11 +140,12 @@ std::vector<int32_t> Debugger::NextPositions(int32_t position) {
   const std::string_view line = text;
   const auto blank = line.find(' ');
   const std::string_view mnemonic = line.substr(0, blank);
-  std::string_view operands = blank == std::string_view::npos ? std::string_view{} : line.substr(blank);
+  std::string_view operands =
+      blank == std::string_view::npos ? std::string_view{} : line.substr(blank);
   while (!operands.empty() && operands.front() == ' ') operands.remove_prefix(1);
 
   const int32_t segment = position & 0xFF0000;
-  const int32_t following = segment | ((position + decoder_.InstructionLength(image, position)) & 0xFFFF);
+  const int32_t following = segment | ((position + codeLength(position)) & 0xFFFF);
   const auto inSegment = [segment](int32_t offset) { return segment | (offset & 0xFFFF); };
   const auto branch = [&](int32_t target, bool mayFallThrough) {
     std::vector<int32_t> next = {target};
@@ -124,7 +174,8 @@ std::vector<int32_t> Debugger::NextPositions(int32_t position) {
   }
   if (mnemonic == "JMPS" || mnemonic == "CALLS") {
     const auto comma = operands.find(',');
-    return {(hexOperand(operands.substr(0, comma)) << 16) | (hexOperand(operands.substr(comma + 1)) & 0xFFFF)};
+    return {(hexOperand(operands.substr(0, comma)) << 16) |
+            (hexOperand(operands.substr(comma + 1)) & 0xFFFF)};
   }
   if (mnemonic == "RET" || mnemonic == "RETP") return {inSegment(registers.cmd_pop(false))};
   if (mnemonic == "RETI" || mnemonic == "RETS") {
@@ -136,21 +187,47 @@ std::vector<int32_t> Debugger::NextPositions(int32_t position) {
     const int32_t count = HexVal(afterLast(operands, '#').substr(0, 1));
     int32_t at = position;
     for (int32_t i = 0; i <= std::max(count, 0); ++i) {
-      at = segment | ((at + decoder_.InstructionLength(image, at)) & 0xFFFF);
+      at = segment | ((at + codeLength(at)) & 0xFFFF);
     }
     return {at};
   }
   return {following};
 }
 
+std::vector<int32_t> Debugger::temporaryPlaces(int32_t position) {
+  const int running = codeLength(position);
+  std::vector<int32_t> places;
+  for (int32_t next : NextPositions(position)) {
+    // The instruction that runs keeps its own bytes; a jump back into them is not caught.
+    if (!overlaps(next, kBreakCallLength, position, running)) places.push_back(next);
+  }
+  if (places.size() == 2 && overlaps(places[0], kBreakCallLength, places[1], kBreakCallLength)) {
+    // Two calls 2 bytes apart cannot both stand. Where the lower instruction ends at the
+    // higher one, both ways reach the higher; otherwise the higher lies inside the lower
+    // instruction, and only the way to the lower one can be caught.
+    const int32_t low = std::min(places[0], places[1]);
+    const int32_t high = std::max(places[0], places[1]);
+    places = {low + codeLength(low) <= high ? high : low};
+  }
+  return places;
+}
+
 void Debugger::plantTemporaries(int32_t position) {
   temporaries_ = 0;
-  for (int32_t next : NextPositions(position)) {
-    if (Exists(next) || static_cast<int>(table_.size()) >= kMaxBreakpoints) continue;
-    table_.push_back({next, {}});
+  for (int32_t place : temporaryPlaces(position)) {
+    if (const int user = Find(place); user >= 0 && table_[static_cast<size_t>(user)].planted)
+      continue;
+    if (static_cast<int>(table_.size()) >= kMaxBreakpoints) continue;
+    table_.push_back({place, {}});
     plant(table_.size() - 1);
     ++temporaries_;
   }
+}
+
+bool Debugger::atTemporary(int32_t address) const {
+  // The temporaries are the last entries; a user breakpoint at the same place comes first.
+  const int found = Find(address);
+  return found >= 0 && found >= static_cast<int>(table_.size()) - temporaries_;
 }
 
 void Debugger::dropTemporaries() {
@@ -160,45 +237,66 @@ void Debugger::dropTemporaries() {
   }
 }
 
+void Debugger::replantLifted(std::optional<int32_t> clearOf) {
+  const int running = clearOf ? codeLength(*clearOf) : 0;
+  std::vector<int32_t> pending = std::move(lifted_);
+  lifted_.clear();
+  std::vector<int32_t> waiting;
+  for (int32_t address : pending) {
+    const int index = Find(address);
+    if (index < 0 || table_[static_cast<size_t>(index)].planted) continue;
+    if (clearOf && overlaps(address, kBreakCallLength, *clearOf, running)) {
+      waiting.push_back(address);
+      continue;
+    }
+    plant(static_cast<size_t>(index));
+  }
+  lifted_.insert(lifted_.end(), waiting.begin(), waiting.end());
+}
+
 int16_t Debugger::Go() {
   if (link_.state() != TargetState::Ready) return 0;
-  const int user = Find(currentPosition);
-  if (user >= 0) {
-    restore(static_cast<size_t>(user));
+  liftAround(currentPosition);
+  temporaries_ = 0;
+  if (lifted_.empty()) {
+    link_.SetState(TargetState::Debugging);
+  } else {
     plantTemporaries(currentPosition);
     link_.SetState(TargetState::DebuggingFromBreakpoint);
-  } else {
-    temporaries_ = 0;
-    link_.SetState(TargetState::Debugging);
   }
   return link_.monitor().Cmd_Jmp(currentPosition);
 }
 
 int16_t Debugger::Step() {
   if (link_.state() != TargetState::Ready) return 0;
-  const int user = Find(currentPosition);
-  if (user >= 0) restore(static_cast<size_t>(user));
+  liftAround(currentPosition);
+  const bool fromBreakpoint = !lifted_.empty();
   plantTemporaries(currentPosition);
-  link_.SetState(user >= 0 ? TargetState::StepModeFromBreakpoint : TargetState::StepMode);
+  link_.SetState(fromBreakpoint ? TargetState::StepModeFromBreakpoint : TargetState::StepMode);
   return link_.monitor().Cmd_Jmp(currentPosition);
 }
 
 bool Debugger::OnBreak(int32_t stopAddress) {
   const TargetState state = link_.state();
   auto& frontend = link_.context().frontend;
-  if (state == TargetState::DebuggingFromBreakpoint) {
-    // Stopped just behind the breakpoint the run started on: put it back and run on.
-    if (const int user = Find(currentPosition); user >= 0) plant(static_cast<size_t>(user));
+  if (state == TargetState::DebuggingFromBreakpoint && atTemporary(stopAddress)) {
+    // Behind the code the run started on: the temporaries go first, then the breakpoints
+    // that leave the next instruction alone come back. While one would still cover it,
+    // the target goes on by another unseen step; then it runs on.
     dropTemporaries();
-    link_.SetState(TargetState::Debugging);
+    replantLifted(stopAddress);
+    if (lifted_.empty()) {
+      link_.SetState(TargetState::Debugging);
+    } else {
+      plantTemporaries(stopAddress);
+    }
     link_.monitor().Cmd_Jmp(stopAddress);
     return true;
   }
-  if (state == TargetState::StepMode || state == TargetState::StepModeFromBreakpoint) {
+  if (state == TargetState::StepMode || state == TargetState::StepModeFromBreakpoint ||
+      state == TargetState::DebuggingFromBreakpoint) {
     dropTemporaries();
-    if (state == TargetState::StepModeFromBreakpoint) {
-      if (const int user = Find(currentPosition); user >= 0) plant(static_cast<size_t>(user));
-    }
+    replantLifted();
   }
   currentPosition = stopAddress;
   link_.currentAddress = stopAddress;

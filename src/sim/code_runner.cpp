@@ -4,11 +4,11 @@ namespace velmora {
 namespace {
 
 // Opcodes of the flow instructions the board follows.
-constexpr uint8_t kJmpa = 0xEA;   // EA c0 aaaa: jump absolute when c is cc_UC
-constexpr uint8_t kCalla = 0xCA;  // CA c0 aaaa
-constexpr uint8_t kJmps = 0xFA;   // FA ss aaaa: jump to segment ss
-constexpr uint8_t kCalls = 0xDA;  // DA ss aaaa: far call (what a breakpoint plants)
-constexpr uint8_t kCallr = 0xBB;  // BB rr: call relative
+constexpr uint8_t kJmpa = 0xEA;        // EA c0 aaaa: jump absolute when c is cc_UC
+constexpr uint8_t kCalla = 0xCA;       // CA c0 aaaa
+constexpr uint8_t kJmps = 0xFA;        // FA ss aaaa: jump to segment ss
+constexpr uint8_t kCalls = 0xDA;       // DA ss aaaa: far call (what a breakpoint plants)
+constexpr uint8_t kCallr = 0xBB;       // BB rr: call relative
 constexpr uint8_t kJmprAlways = 0x0D;  // 0D rr: JMPR cc_UC
 constexpr uint8_t kUnconditional = 0x00;
 constexpr int32_t kBreakCallLength = 4;
