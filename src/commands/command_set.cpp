@@ -53,6 +53,15 @@ void fail(CommandCall& call, bool failed, int16_t code) {
 
 void refresh(Interpreter& in, RefreshTarget target) { ctx(in).frontend.RequestRefresh(target); }
 
+// The commands that send to the monitor straight away refuse without a connection, rather
+// than wait out a time-out for every byte and leave the image holding what was never sent.
+bool targetConnected(Interpreter& in, CommandCall& call) {
+  if (in.link().state() != TargetState::NotConnected) return true;
+  ctx(in).log.WriteLine("*ERROR: Not Connected to Target");
+  call.failure = kNotConnectedStatus;
+  return false;
+}
+
 void load(Interpreter& in, CommandCall& call) {
   if (!call.CountIn(1, 1)) return;
   const std::string path = ResolveStoredPath(ctx(in).programFolder, call.parameters[0]).string();
@@ -135,6 +144,7 @@ void jump(Interpreter& in, CommandCall& call) {
   const auto address = hexParameter(call, 0);
   if (!address) return;
   call.general = kRan;
+  if (!targetConnected(in, call)) return;
   if (in.link().monitor().Cmd_Jmp(*address) != 0) {
     call.failure = -14;
     return;
@@ -155,6 +165,7 @@ void moveWord(Interpreter& in, CommandCall& call) {
     return;
   }
   call.general = kRan;
+  if (!targetConnected(in, call)) return;
   const uint8_t bytes[2] = {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
   ctx(in).image.StoreFromTarget(address, bytes);
   fail(call, in.link().monitor().Cmd_WriteWord(address, value) != 0, -20);
@@ -171,6 +182,7 @@ void callRoutine(Interpreter& in, CommandCall& call) {
   }
   if (!address) return;
   call.general = kRan;
+  if (!targetConnected(in, call)) return;
   fail(call, CallRoutine(in.link(), *address, registers) != 0, -21);
 }
 
@@ -336,11 +348,14 @@ const CommandSpec kCommands[] = {
      }},
     {"_einit",
      [](Interpreter& in, CommandCall& call) {
-       simple(call, [&] { fail(call, in.link().monitor().Cmd_Einit() != 0, -11); });
+       simple(call, [&] {
+         if (targetConnected(in, call)) fail(call, in.link().monitor().Cmd_Einit() != 0, -11);
+       });
      }},
     {"_srst",
      [](Interpreter& in, CommandCall& call) {
        simple(call, [&] {
+         if (!targetConnected(in, call)) return;
          fail(call, in.link().monitor().Cmd_Swreset() != 0, -12);
          in.link().SetState(TargetState::UserProgramRunning);
        });

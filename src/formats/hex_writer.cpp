@@ -77,7 +77,24 @@ HexWriteStatus checkParameters(int recordSize, int format, MessageLog& log) {
 }
 
 std::string cannotWrite(const std::string& path) { return "*ERROR: Cannot write file " + path; }
-std::string beyond20Bit() { return "*ERROR: Addresses above FFFFF need the 32-bit format"; }
+
+// Segment records reach FFFFF only. Rather than lose what lies above, the whole file goes
+// out with linear records, and the user is told why it differs from the setting.
+int formatFor(int format, bool dataAbove1Mb, MessageLog& log) {
+  if (format != 2 || !dataAbove1Mb) return format;
+  log.WriteLine("*SaveAs: addresses above FFFFF, written with 32-bit address records");
+  return 4;
+}
+
+bool definedAbove20Bit(MemoryImage& image, const SelectionList& selections) {
+  if (selections.Count() == 0 || selections.At(selections.Count() - 1).end <= kHighest20BitAddress) {
+    return false;
+  }
+  // Pieces never cross a 64 KB boundary, so the first one above FFFFF starts there.
+  return !ForEachDefinedRun(image, selections, 255, [](int32_t address, std::span<const uint8_t>) {
+    return address <= kHighest20BitAddress;
+  });
+}
 
 }  // namespace
 
@@ -89,12 +106,9 @@ HexWriteStatus HexWrite(const std::string& path, int32_t start, int32_t end, int
   if (!MemoryImage::InRange(start) || !MemoryImage::InRange(end)) {
     return fail(log, HexWriteStatus::BadRange, "*ERROR: Address range outside 000000 to FFFFFF");
   }
-  if (format == 2 && end > kHighest20BitAddress && start <= end) {
-    return fail(log, HexWriteStatus::BadRange, beyond20Bit());
-  }
   HexFileSink sink(path);
   if (!sink.IsOpen()) return fail(log, HexWriteStatus::CannotWrite, cannotWrite(path));
-  sink.SetFormat(format);
+  sink.SetFormat(formatFor(format, start <= end && end > kHighest20BitAddress, log));
 
   // Read the image in pieces of whole records.
   const auto size = static_cast<size_t>(recordSize);
@@ -121,12 +135,12 @@ HexWriteStatus HexWriteSelections(const std::string& path, int recordSize, int f
   selections.NormalizeSelections();
   HexFileSink sink(path);
   if (!sink.IsOpen()) return fail(log, HexWriteStatus::CannotWrite, cannotWrite(path));
-  sink.SetFormat(format);
-  const bool fits = ForEachDefinedRun(
-      image, selections, recordSize,
-      [&sink](int32_t address, std::span<const uint8_t> bytes) { return sink.Data(address, bytes); });
+  sink.SetFormat(formatFor(format, definedAbove20Bit(image, selections), log));
+  ForEachDefinedRun(image, selections, recordSize, [&sink](int32_t address, std::span<const uint8_t> bytes) {
+    sink.Data(address, bytes);
+    return true;
+  });
   // Without a commit the temporary file goes and an existing file stays as it was.
-  if (!fits) return fail(log, HexWriteStatus::BadRange, beyond20Bit());
   if (!sink.Finish()) return fail(log, HexWriteStatus::CannotWrite, cannotWrite(path));
   return HexWriteStatus::Ok;
 }

@@ -1,9 +1,10 @@
 // Saves parts of the memory image as Intel HEX (CR LF lines, upper-case digits).
 //
 // The file is written under a temporary name and renamed over the target at the end, so a
-// failure never leaves half a file. Record sizes outside 1..255 and formats other than 2
-// and 4 are refused before anything is written, and so is an address the 20-bit format
-// cannot express (above FFFFF).
+// failure never leaves half a file. Record sizes outside 1..255, formats other than 2
+// and 4, and block ranges outside the address space are refused before anything is
+// written. Data above FFFFF, which segment records cannot reach, turns a 20-bit save into
+// a 32-bit one with a line that says so.
 #pragma once
 
 #include <cstdint>

@@ -127,6 +127,14 @@ TEST_F(Interpreting, StatusAndLinesOfACommand) {
       {"_initialize", -13, {kNotConnected}},
       {"_compare", -8, {kNotConnected}},
       {"_idreg", -16, {kNotConnected}},
+      // Commands that talk to the monitor at once refuse before sending anything.
+      {"_call 200", -100, {kNotConnected}},
+      {"_call 200,1,2", -100, {kNotConnected}},
+      {"_mov 100,5", -100, {kNotConnected}},
+      {"_mov PSW,5", -100, {kNotConnected}},
+      {"_einit", -100, {kNotConnected}},
+      {"_srst", -100, {kNotConnected}},
+      {"_jmp 200", -100, {kNotConnected}},
       {"_program", 0, {}},
       {"_erase xflash,3", 0, {}},
       {"_disconnect", 0, {"*disconnect: velmora disconnected - comm port available"}},
@@ -142,6 +150,7 @@ TEST_F(Interpreting, StatusAndLinesOfACommand) {
     EXPECT_TRUE(TakeSent().empty());
   }
   EXPECT_EQ(session.selections.At(0), (Selection{0x100, 0x1FF}));
+  EXPECT_FALSE(session.image.IsDefined(0x100));  // _mov stored nothing it did not send
   EXPECT_FALSE(session.link().port().IsOpen());
   EXPECT_TRUE(session.QuitRequested());
 }

@@ -303,14 +303,39 @@ TEST_F(HexWriter, RecordTexts) {
   }
 }
 
+// Segment records cannot reach above FFFFF: the whole file then goes out with linear
+// records, the user is told, and nothing is lost. Data below stays in segment records.
+TEST_F(HexWriter, TwentyBitSaveWithDataAboveOneMegabyteUsesLinearRecords) {
+  constexpr const char* kLinear = "*SaveAs: addresses above FFFFF, written with 32-bit address records";
+  const std::pair<SaveCase, const char*> cases[] = {
+      {{"block past FFFFF", true, "FFFF8-100007", 16, 2,
+        ":02000004000FEB :10FFF800F8F9FAFBFCFDFEFF00000000000000001D"},
+       kLinear},
+      {{"selection with data at FFFFF0", false, "0-7 FFFFF0-FFFFFF", 16, 2,
+        ":020000040000FA :080000000001020304050607DC :0200000400FFFB "
+        ":10FFF000F0F1F2F3F4F5F6F7F8F9FAFBFCFDFEFF89"},
+       kLinear},
+      {{"selection past FFFFF without data there", false, "0-7 200000-2000FF", 16, 2,
+        ":020000020000FC :080000000001020304050607DC"},
+       ""},
+  };
+  for (const auto& [c, line] : cases) {
+    SCOPED_TRACE(c.what);
+    MessageLog log;
+    ASSERT_EQ(save(c, log), HexWriteStatus::Ok);
+    std::string expected;
+    std::istringstream records(c.records);
+    for (std::string record; records >> record;) expected += record + "\r\n";
+    EXPECT_EQ(folder.Read("out.hex"), expected + kEnd + "\r\n");
+    EXPECT_EQ(test::LogText(log), line);
+  }
+}
+
 TEST_F(HexWriter, ARefusedSaveLeavesTheTargetAsItWas) {
   const std::pair<SaveCase, HexWriteStatus> cases[] = {
       {{"block, record size 0", true, "0-F", 0, 4, ""}, HexWriteStatus::BadRecordSize},
       {{"selection, record size 256", false, "0-F", 256, 2, ""}, HexWriteStatus::BadRecordSize},
       {{"block, format 3", true, "0-F", 16, 3, ""}, HexWriteStatus::BadFormat},
-      {{"block past FFFFF, 20-bit", true, "FFFF0-10000F", 16, 2, ""}, HexWriteStatus::BadRange},
-      {{"selection past FFFFF, 20-bit", false, "0-F FFFFF0-FFFFFF", 16, 2, ""},
-       HexWriteStatus::BadRange},
       {{"block end beyond FFFFFF", true, "FFFFF0-1000000", 16, 4, ""}, HexWriteStatus::BadRange},
       {{"negative block start", true, "-1-F", 16, 4, ""}, HexWriteStatus::BadRange},
   };
