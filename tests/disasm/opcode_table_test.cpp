@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -104,6 +105,60 @@ TEST(ShippedOpcodeTable, LoadsWholeWithLengthsMatchingWidthsAndAFormatForEachOpc
     for (int i = 0; i < entry.fieldCount; ++i) bits += entry.fieldWidth[static_cast<size_t>(i)];
     EXPECT_EQ(bits, 8 * entry.length) << std::hex << opcode;
     EXPECT_TRUE(entry.length == 2 || entry.length == 4) << std::hex << opcode;
+  }
+}
+
+// The instruction set opcode by opcode: row h lists the mnemonics of opcodes h0 .. hF ("-"
+// where the instruction set has none; "EXT" for the prefixes) and their lengths.
+TEST(ShippedOpcodeTable, MnemonicsAndLengthsOpcodeByOpcode) {
+  struct Row {
+    const char* mnemonics;
+    const char* lengths;
+  };
+  // clang-format off
+  const Row rows[16] = {
+      {"ADD ADDB ADD ADDB ADD ADDB ADD ADDB ADD ADDB BFLDL MUL ROL JMPR BCLR BSET", "2244444422422222"},
+      {"ADDC ADDCB ADDC ADDCB ADDC ADDCB ADDC ADDCB ADDC ADDCB BFLDH MULU ROL JMPR BCLR BSET",
+       "2244444422422222"},
+      {"SUB SUBB SUB SUBB SUB SUBB SUB SUBB SUB SUBB BCMP PRIOR ROR JMPR BCLR BSET", "2244444422422222"},
+      {"SUBC SUBCB SUBC SUBCB SUBC SUBCB SUBC SUBCB SUBC SUBCB BMOVN - ROR JMPR BCLR BSET",
+       "22444444224-2222"},
+      {"CMP CMPB CMP CMPB - - CMP CMPB CMP CMPB BMOV DIV SHL JMPR BCLR BSET", "2244--4422422222"},
+      {"XOR XORB XOR XORB XOR XORB XOR XORB XOR XORB BOR DIVU SHL JMPR BCLR BSET", "2244444422422222"},
+      {"AND ANDB AND ANDB AND ANDB AND ANDB AND ANDB BAND DIVL SHR JMPR BCLR BSET", "2244444422422222"},
+      {"OR ORB OR ORB OR ORB OR ORB OR ORB BXOR DIVLU SHR JMPR BCLR BSET", "2244444422422222"},
+      {"CMPI1 NEG CMPI1 - MOV - CMPI1 IDLE MOV MOVB JB - - JMPR BCLR BSET", "224-4-44224--222"},
+      {"CMPI2 CPL CMPI2 - MOV - CMPI2 PWRDN MOV MOVB JNB TRAP JMPI JMPR BCLR BSET", "224-4-4422422222"},
+      {"CMPD1 NEGB CMPD1 - MOVB DISWDT CMPD1 SRVWDT MOV MOVB JBC CALLI ASHR JMPR BCLR BSET",
+       "224-444422422222"},
+      {"CMPD2 CPLB CMPD2 - MOVB EINIT CMPD2 SRST MOV MOVB JNBS CALLR ASHR JMPR BCLR BSET",
+       "224-444422422222"},
+      {"MOVBZ - MOVBZ - MOV MOVBZ SCXT - MOV MOVB CALLA RET NOP JMPR BCLR BSET", "2-4-444-22422222"},
+      {"MOVBS EXT MOVBS - MOV MOVBS SCXT EXT MOV MOVB CALLS RETS EXT JMPR BCLR BSET",
+       "224-444422422222"},
+      {"MOV MOVB PCALL - MOVB - MOV MOVB MOV MOVB JMPA RETP PUSH JMPR BCLR BSET", "224-4-4422422222"},
+      {"MOV MOVB MOV MOVB MOVB - MOV MOVB - - JMPS RETI POP JMPR BCLR BSET", "22444-44--422222"},
+  };
+  // clang-format on
+  for (int high = 0; high < 16; ++high) {
+    std::istringstream mnemonics(rows[high].mnemonics);
+    for (int low = 0; low < 16; ++low) {
+      const auto opcode = static_cast<uint8_t>(high * 16 + low);
+      const OpcodeEntry& entry = Shipped().opcodes.At(opcode);
+      std::string expected;
+      mnemonics >> expected;
+      const char length = rows[high].lengths[low];
+      if (expected == "-") {
+        EXPECT_FALSE(entry.Defined()) << std::hex << int{opcode};
+        EXPECT_EQ(length, '-') << std::hex << int{opcode};
+        continue;
+      }
+      ASSERT_TRUE(entry.Defined()) << std::hex << int{opcode};
+      if (expected != "EXT") {
+        EXPECT_EQ(entry.mnemonic, expected) << std::hex << int{opcode};
+      }
+      EXPECT_EQ(entry.length, length - '0') << std::hex << int{opcode};
+    }
   }
 }
 

@@ -26,6 +26,11 @@ TEST(OperandFormats, OneEncodingOfEachFormat) {
       {{0x00, 0x12}, "ADD     R1,R2"},
       {{0x01, 0x23}, "ADDB    RL1,RH1"},
       {{0xC0, 0x4A}, "MOVBZ   R10,RL2"},  // byte register in the high nibble
+      {{0xD0, 0x4A}, "MOVBS   R10,RL2"},
+      {{0xC2, 0xF4, 0x34, 0x12}, "MOVBZ   R4,DPP0:1234h"},  // loads a word register
+      {{0xD2, 0xF4, 0x34, 0x12}, "MOVBS   R4,DPP0:1234h"},
+      {{0xC5, 0xF4, 0x34, 0x12}, "MOVBZ   DPP0:1234h,RL2"},  // stores from a byte register
+      {{0xD5, 0xF5, 0x34, 0x12}, "MOVBS   DPP0:1234h,RH2"},
       {{0x4B, 0x77}, "DIV     R7"},
       {{0xA1, 0x30}, "NEGB    RH1"},
       {{0xFC, 0x88}, "POP     PSW"},
@@ -69,6 +74,9 @@ TEST(OperandFormats, OneEncodingOfEachFormat) {
       {{0x0E, 0x04}, "BCLR    FD08.0"},              // the bit-addressable RAM
       // Jumps on a bit: behind the 4-byte instruction + 2 * rel.
       {{0x8A, 0x88, 0x05, 0xB0}, "JB      IEN,100Eh"},
+      {{0x9A, 0x88, 0x05, 0xB0}, "JNB     IEN,100Eh"},
+      {{0xAA, 0x88, 0xFE, 0xB0}, "JBC     IEN,1000h"},
+      {{0xBA, 0x88, 0x05, 0xB0}, "JNBS    IEN,100Eh"},
       // JMPR and CALLR: the instruction's address + 2 + 2 * rel.
       {{0x3D, 0xFC}, "JMPR    cc_NZ,0FFAh"},
       {{0xBB, 0x10}, "CALLR   1022h"},
