@@ -28,6 +28,9 @@ void MonitorProtocol::sendWord(int32_t value) {
 }
 
 int16_t MonitorProtocol::begin(int32_t command) {
+  // A reply that came after its time-out is still in the input; it must not be read as
+  // the answer to this command.
+  transport_.Discard();
   transport_.SSSend(static_cast<uint8_t>(command));
   return expect(bytes_.ack1) ? kOk : kNoAck1;
 }
@@ -137,21 +140,26 @@ int16_t MonitorProtocol::Cmd_Read(int32_t address, int32_t count) {
   sendAddress(address);
   sendWord(count);
 
+  const auto unconfirmed = [&] { image_.ChangeFlags(address, static_cast<size_t>(count), kValid, false); };
   std::vector<uint8_t> block;
   uint8_t checksum = 0;
   if (transport_.SSReceiveN(block, static_cast<size_t>(count)) != 0) {
+    unconfirmed();  // a short block: what the image held is no longer known to match
     status = kChecksum;
   } else {
-    image_.StoreFromTarget(address, block);
     for (uint8_t byte : block) checksum ^= byte;
   }
-  const auto unconfirmed = [&] { image_.ChangeFlags(address, static_cast<size_t>(count), kValid, false); };
   if (!expect(bytes_.ack2)) {
     unconfirmed();
     status = kNoAck2;
   }
-  // A read whose checksum differs keeps its flags: the bytes are what arrived.
-  return checksumExchange(checksum, false, unconfirmed, status);
+  // A checksum that differs says the bytes are wrong, not that the image's are: its flags
+  // stay as they are.
+  status = checksumExchange(checksum, false, unconfirmed, status);
+  // The block reaches the image only once every step has confirmed it: bytes of a failed
+  // read would count as the target's and be saved as such.
+  if (status == kOk) image_.StoreFromTarget(address, block);
+  return status;
 }
 
 }  // namespace velmora

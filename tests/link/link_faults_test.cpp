@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -132,12 +133,14 @@ const FaultRow kFaultRows[] = {
     {"Read_NoFault", Read, {}, 0, 0, kConfirmed, kAny, 0, &kTargetData},
     // Every gap is shorter than a period, the whole block is not.
     {"Read_SlowDataWithinThePeriod", Read, {Fault::Delay, {1, 2, 3, 4}, 30}, 0, 4, kConfirmed, kAny, 0, &kTargetData},
-    // The checksum tells; the flags of a read stay as they are.
-    {"Read_DataByteReplaced", Read, {Fault::Replace, {2}, 0x99}, -3, 0, kConfirmed},
-    {"Read_DataByteLost", Read, {Fault::Drop, {3}}, -3, 1, kDefined},
-    {"Read_BlockAckLost", Read, {Fault::Drop, {5}}, -2, 1, kDefined, kAny, 0, &kTargetData},
-    {"Read_ChecksumAck2Lost", Read, {Fault::Drop, {8}}, -4, 1, kDefined, kAny, 0, &kTargetData},
-    // The bytes that came are not stored; what the image knew is no longer known valid.
+    // A failed read stores nothing: the image keeps what it knew. The checksum tells of a
+    // changed byte, and the flags stay as they were.
+    {"Read_DataByteReplaced", Read, {Fault::Replace, {2}, 0x99}, -3, 0, kConfirmed, kAny, 0, &kKnown},
+    {"Read_CorruptChecksum", Read, {Fault::BadChecksum}, -3, 0, kConfirmed, kAny, 0, &kKnown},
+    {"Read_DataByteLost", Read, {Fault::Drop, {3}}, -3, 1, kDefined, kAny, 0, &kKnown},
+    {"Read_BlockAckLost", Read, {Fault::Drop, {5}}, -2, 1, kDefined, kAny, 0, &kKnown},
+    {"Read_ChecksumAck2Lost", Read, {Fault::Drop, {8}}, -4, 1, kDefined, kAny, 0, &kKnown},
+    // What the image knew is no longer known valid.
     {"Read_ShortBlock", Read, {Fault::ShortBlock}, -4, 1, kDefined, kAny, 0, &kKnown},
     {"Read_DataLaterThanAPeriod", Read, {Fault::Delay, {3}, 60}, -4, 2, kDefined, kAny, 0, &kKnown},
     {"Read_SilentBoard", Read, {Fault::Silent}, -4, 5, kDefined, kAny, 0, &kKnown},
@@ -208,6 +211,66 @@ TEST_F(LinkFaults, PortFailureEndsTheExchangeAtOnceWithOneBox) {
   ASSERT_TRUE(link->EnsurePortOpen());
   EXPECT_EQ(link->monitor().Cmd_Einit(), 0);
   EXPECT_EQ(frontend.boxes.size(), boxes + 1);
+}
+
+// A failed read leaves the image as it was, values and flags, where a file had put bytes
+// and where there was nothing: what an upload could not confirm must not reach a save.
+TEST_F(LinkFaults, AFailedReadLeavesTheImageAsItWas) {
+  const std::pair<const char*, std::function<void(BoardFaults&)>> kReadFaults[] = {
+      {"short block", [](BoardFaults& f) { f.ShortenNextRead(2); }},
+      {"dropped byte", [](BoardFaults& f) { f.DropOutput(3); }},
+      {"changed byte", [](BoardFaults& f) { f.ReplaceOutput(2, 0x99); }},
+      {"wrong checksum", [](BoardFaults& f) { f.CorruptNextChecksum(); }},
+  };
+  board->memory().StoreLoaded(kBlock, kTargetData);
+  for (const auto& [name, arm] : kReadFaults) {
+    SCOPED_TRACE(name);
+    image.InitImage();
+    image.StoreLoaded(kBlock, Bytes{0x01, 0x02});  // the last two bytes never had a value
+    Bytes values(4), flags(4), valuesAfter(4), flagsAfter(4);
+    image.ReadBytes(kBlock, values);
+    image.ReadFlags(kBlock, flags);
+    arm(board->faults());
+    EXPECT_NE(link->monitor().Cmd_Read(kBlock, 4), 0);
+    image.ReadBytes(kBlock, valuesAfter);
+    image.ReadFlags(kBlock, flagsAfter);
+    EXPECT_EQ(valuesAfter, values);
+    EXPECT_EQ(flagsAfter, flags);
+  }
+}
+
+// A reply that comes after its time-out waits in the input; the next command, the
+// reconnect and the bootstrap each read their own answer.
+TEST_F(LinkFaults, ALateReplyIsNotTakenForTheNextAnswer) {
+  struct Row {
+    const char* name;
+    std::function<int16_t(Link&)> next;
+    Bytes answer;  // what the host reads from the line for it
+  };
+  const Row kRows[] = {
+      {"block read", [](Link& l) { return l.monitor().Cmd_Read(kBlock, 4); },
+       {0xAA, 0x11, 0x22, 0x33, 0x44, 0xEA, 0xAA, 0x44, 0xEA}},
+      {"reconnect", [](Link& l) { return ReconnectTarget(l); }, {0xAA, 0xEA}},
+      {"bootstrap",
+       [this](Link& l) {
+         board->ResetToBootstrap();
+         return ConnectTarget(l);
+       },
+       {0xD5, 0x01, 0x03}},
+  };
+  board->memory().StoreLoaded(kBlock, kTargetData);
+  for (const auto& row : kRows) {
+    SCOPED_TRACE(row.name);
+    board->faults().DelayOutput(1, 2 * kPeriod);  // the second acknowledge comes too late
+    EXPECT_EQ(link->monitor().Cmd_Einit(), monitor_status::kNoAck2);
+    std::this_thread::sleep_for(3 * kPeriod);  // and is in the input now
+    const size_t before = line.read.size();
+    EXPECT_EQ(row.next(*link), 0);
+    EXPECT_EQ(Bytes(line.read.begin() + static_cast<long>(before), line.read.end()), row.answer);
+  }
+  Bytes stored(4);
+  image.ReadBytes(kBlock, stored);
+  EXPECT_EQ(stored, kTargetData);
 }
 
 // ---------------------------------------------------------------------------------------
