@@ -191,13 +191,13 @@ int run(const std::filesystem::path& home, int32_t kilobytes) {
 
   std::printf("  timer slack %ld ns\n", timerSlack());
 
-  const size_t hostBefore = board.received().size();
+  const size_t hostBefore = static_cast<size_t>(board.ReceivedCount());
   const size_t targetBefore = port.bytesRead();
   const size_t waitsBefore = port.waits();
   const auto begin = Clock::now();
   const int16_t status = velmora::ProgramSelections(link, false);
   const double seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-  const size_t hostBytes = board.received().size() - hostBefore;
+  const size_t hostBytes = static_cast<size_t>(board.ReceivedCount()) - hostBefore;
   const size_t targetBytes = port.bytesRead() - targetBefore;
   const size_t waits = port.waits() - waitsBefore;
 

@@ -106,15 +106,20 @@ int16_t MoveMonitor(Link& link, int32_t newStart) {
     return kNotConnectedStatus;
   }
   MonitorArea& area = context.monitorArea;
+  // No monitor file came with the connection: there is neither a place nor a core to move.
+  if (area.start < 0 || area.end < area.start) {
+    context.log.WriteLine("*ERROR: Monitor area unknown, the monitor was not moved");
+    return kMoveRefused;
+  }
   const int32_t length = area.end - area.start + 1;
   const int64_t newEnd = int64_t{newStart} + length - 1;
   if (length <= 0 || newStart < 0 || newEnd > kHighestAddress) {
     context.log.WriteLine("*ERROR: The monitor does not fit at " + HexN(newStart, 6));
-    return -101;
+    return kMoveRefused;
   }
   if (newStart <= area.end && area.start <= newEnd) {
     context.log.WriteLine("*ERROR: The new monitor area overlaps the current one");
-    return -101;
+    return kMoveRefused;
   }
   Exchange exchange(link.transport());
   if (exchange.Refused()) return monitor_status::kBusy;

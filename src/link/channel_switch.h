@@ -27,8 +27,11 @@ int16_t SwitchToAsc1(Link& link);
 // _reconnect: 0 when the monitor answered.
 int16_t ReconnectTarget(Link& link);
 
+// A relocation the host refuses before it sends anything.
+inline constexpr int16_t kMoveRefused = -101;
+
 // _movemonitor: 0, or -100 when not connected. An area overlapping the current one or
-// leaving the address space is refused with an error line (result -101).
+// leaving the address space is refused with an error line (kMoveRefused).
 int16_t MoveMonitor(Link& link, int32_t newStart);
 
 }  // namespace velmora

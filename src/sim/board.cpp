@@ -34,6 +34,11 @@ void Board::resetRegisters() {
   WriteWord(config_.spAddress, static_cast<uint16_t>(config_.spValue));
 }
 
+Board::Footprint Board::footprint() const {
+  return {received_.size(), output_.size(), collected_.size(), loader_.size(), monitor_.size(),
+          routines_.size(),  faults_.Armed(),  memory_.AllocatedSegmentCount()};
+}
+
 uint16_t Board::ReadWord(int32_t address) {
   return static_cast<uint16_t>(memory_.GetByte(address) | (memory_.GetByte(address + 1) << 8));
 }
@@ -73,7 +78,8 @@ void Board::expect(size_t n, Handler then) {
 }
 
 void Board::Receive(uint8_t byte) {
-  received_.push_back(byte);
+  ++receivedCount_;
+  if (recording_) received_.push_back(byte);
   if (faults_.Silent()) return;
   if (config_.kline) send(byte);  // the one-wire line gives every byte back
 

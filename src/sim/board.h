@@ -57,11 +57,31 @@ class Board {
   const BoardConfig& config() const { return config_; }
   BoardFaults& faults() { return faults_; }
   FlashModel& flash() { return flash_; }
-  // Every byte the host has sent, in order, for tests that check the wire.
+  // Every byte the host has sent while the record was on, in order, for tests that check
+  // the wire. The record is off unless a test asks for it: a board that serves all day
+  // must not keep every byte it was sent.
+  void RecordReceived(bool on) { recording_ = on; }
   const std::vector<uint8_t>& received() const { return received_; }
+  // How many bytes the host has sent, recorded or not.
+  uint64_t ReceivedCount() const { return receivedCount_; }
   const std::vector<uint8_t>& loaderBytes() const { return loader_; }
   const std::vector<uint8_t>& monitorBytes() const { return monitor_; }
   int32_t monitorAddress() const { return monitorAddress_; }
+
+  // Sizes of what the board keeps between bytes, so that a check can see that serving
+  // connection after connection does not make it grow.
+  struct Footprint {
+    size_t wireRecord;
+    size_t pendingOutput;
+    size_t collected;
+    size_t loader;
+    size_t monitor;
+    size_t routines;
+    size_t armedFaults;
+    int memorySegments;
+    friend bool operator==(const Footprint&, const Footprint&) = default;
+  };
+  Footprint footprint() const;
 
   uint16_t ReadWord(int32_t address);
   void WriteWord(int32_t address, uint16_t value);
@@ -103,6 +123,8 @@ class Board {
   Mode mode_ = Mode::Bootstrap;
   std::deque<OutByte> output_;
   std::vector<uint8_t> received_;
+  bool recording_ = false;
+  uint64_t receivedCount_ = 0;
   std::vector<uint8_t> loader_;
   std::vector<uint8_t> monitor_;
   int32_t monitorAddress_;

@@ -32,6 +32,8 @@ class BoardFaults {
   void CorruptNextChecksum() { badChecksum_ = true; }
 
   bool Silent() const { return silent_; }
+  // Output faults armed and not yet reached.
+  size_t Armed() const { return faults_.size(); }
   size_t TakeShortRead();
   bool TakeBadChecksum();
   // Applies the armed faults to the next byte sent; false when it is lost.

@@ -59,6 +59,7 @@ class Interpreting : public ::testing::Test {
     session.log.SetLineObserver([this](const std::string& line) { lines_.push_back(line); });
     ASSERT_TRUE(Startup(session, {}));
     ASSERT_NE(session.virtualBoard(), nullptr);
+    session.virtualBoard()->RecordReceived(true);
     session.settings.communication.timeout = 40;
     lines_.clear();
   }

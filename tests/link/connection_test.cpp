@@ -192,6 +192,25 @@ TEST_F(Connection, AfterConnectionRunsOnceForEverySuccessfulConnectionWithTheMon
   EXPECT_EQ(hookRuns, 2);
 }
 
+// A board on a production line serves one connection after another all day: what it keeps
+// must not grow with them. This board is built as the programs build theirs.
+TEST_F(Connection, RepeatedConnectionsLeaveTheBoardAsLargeAsAfterTheFirst) {
+  Board served(board->config());
+  VirtualPort servedPort(served);
+  Link servedLink(servedPort, link->context());
+  servedLink.onResetConfirmed = [&] { served.ResetToBootstrap(); };
+  const auto session = [&] {
+    ASSERT_EQ(ConnectTarget(servedLink), 0);
+    ASSERT_EQ(servedLink.monitor().Cmd_Read(0x00F600, 256), 0);
+  };
+  ASSERT_NO_FATAL_FAILURE(session());
+  const Board::Footprint first = served.footprint();
+  for (int i = 0; i < 20; ++i) ASSERT_NO_FATAL_FAILURE(session());
+  const Board::Footprint after = served.footprint();
+  EXPECT_EQ(after.wireRecord, first.wireRecord);
+  EXPECT_TRUE(after == first);
+}
+
 class KLine : public test::ObservedLinkFixture {
  protected:
   KLine() : ObservedLinkFixture(true) {}
@@ -376,6 +395,21 @@ TEST_F(Relocation, MissingStartAcknowledgeStillMovesTheArea) {
   EXPECT_FALSE(Refreshed(RefreshTarget::MemoryView));
 }
 
+// After a connection without a monitor file the host does not know where the monitor is
+// nor what it holds: there is nothing it could move.
+TEST_F(Relocation, UnknownMonitorAreaIsRefusedAndNothingIsSent) {
+  for (const MonitorArea unknown : {MonitorArea{-1, -1}, MonitorArea{0x9000, 0x8FFF}}) {
+    monitorArea = unknown;
+    EXPECT_EQ(MoveMonitor(*link, 0x008000), kMoveRefused);
+    EXPECT_EQ(NewLines(), TextLines{"*ERROR: Monitor area unknown, the monitor was not moved"});
+    EXPECT_TRUE(TakeSent().empty());
+    EXPECT_EQ(monitorArea, unknown);
+    EXPECT_EQ(link->breakEntry, kLoadedArea.start);
+    EXPECT_EQ(image.Flags(0x008000), 0);
+    EXPECT_EQ(board->monitorAddress(), kLoadedArea.start);
+  }
+}
+
 TEST_F(Relocation, OverlapWithTheCurrentAreaIsRefusedWithAnErrorLine) {
   // clang-format off
   const std::pair<int32_t, bool> places[] = {  // start, allowed
@@ -398,7 +432,7 @@ TEST_F(Relocation, OverlapWithTheCurrentAreaIsRefusedWithAnErrorLine) {
       TakeSent();
       continue;
     }
-    EXPECT_EQ(result, -101);
+    EXPECT_EQ(result, kMoveRefused);
     EXPECT_EQ(lines[0].rfind("*ERROR: ", 0), 0U) << lines[0];
     EXPECT_TRUE(TakeSent().empty());
     EXPECT_EQ(monitorArea, kLoadedArea);

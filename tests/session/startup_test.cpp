@@ -66,7 +66,7 @@ TEST(Startup, InstalledFolderOpensThePortWithoutTalkingToTheTarget) {
     ASSERT_TRUE(Startup(run.session, {}));
     ExpectTolvaneOnTheVirtualPort(run.session);
     ASSERT_NE(run.session.virtualBoard(), nullptr);
-    EXPECT_TRUE(run.session.virtualBoard()->received().empty());
+    EXPECT_TRUE(run.session.virtualBoard()->ReceivedCount() == 0U);
     EXPECT_TRUE(run.frontend.boxes.empty());
     EXPECT_TRUE(run.lines.empty()) << ::testing::PrintToString(run.lines);
     const auto log = home.path() / "LOG.TXT";

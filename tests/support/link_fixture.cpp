@@ -26,6 +26,7 @@ LinkFixture::LinkFixture(std::string type, bool kline) {
   if (!config) throw std::runtime_error("no board config for " + type);
   config->kline = kline;
   board = std::make_unique<Board>(*config);
+  board->RecordReceived(true);
   port = std::make_unique<VirtualPort>(*board);
   link = std::make_unique<Link>(
       *port, LinkContext{settings, image, selections, log, frontend, registers, monitorArea, home.path()});
