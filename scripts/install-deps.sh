@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the build needs, only when one is missing.
+#   install-deps.sh           what building and running needs
+#   install-deps.sh --test    also clang and its runtime libraries, for the fuzz targets
 set -euo pipefail
 
 packages=(
@@ -12,6 +14,9 @@ packages=(
   qt6-base-dev
   qt6-serialport-dev
 )
+if [ "${1:-}" = "--test" ]; then
+  packages+=(clang libclang-rt-14-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -1,0 +1,264 @@
+; Korda opcode table for the disassembler.
+;
+; One line per opcode byte: opcode (hex), mnemonic, length in bytes, then the widths in
+; bits of the instruction's fields from its first bit on (2, 4, 8 or 16; at most nine).
+; The widths of a line add up to eight times its length. Opcode bytes the instruction set
+; does not define have no line. Lines that begin with ";" are comments.
+;
+; A 16-bit field is an operand word, stored low byte first. Where the opcode byte carries
+; an operand (JMPR's condition, BCLR's and BSET's bit number) it is cut 4,4; everywhere
+; else it is one 8-bit field. The opcodes D1, D7 and DC hold four prefix forms each,
+; chosen by their first 2-bit field; their mnemonic here is that of form 0.
+;
+; Column 0
+00,ADD,2,8,4,4
+10,ADDC,2,8,4,4
+20,SUB,2,8,4,4
+30,SUBC,2,8,4,4
+40,CMP,2,8,4,4
+50,XOR,2,8,4,4
+60,AND,2,8,4,4
+70,OR,2,8,4,4
+80,CMPI1,2,8,4,4
+90,CMPI2,2,8,4,4
+A0,CMPD1,2,8,4,4
+B0,CMPD2,2,8,4,4
+C0,MOVBZ,2,8,4,4
+D0,MOVBS,2,8,4,4
+E0,MOV,2,8,4,4
+F0,MOV,2,8,4,4
+; Column 1
+01,ADDB,2,8,4,4
+11,ADDCB,2,8,4,4
+21,SUBB,2,8,4,4
+31,SUBCB,2,8,4,4
+41,CMPB,2,8,4,4
+51,XORB,2,8,4,4
+61,ANDB,2,8,4,4
+71,ORB,2,8,4,4
+81,NEG,2,8,4,4
+91,CPL,2,8,4,4
+A1,NEGB,2,8,4,4
+B1,CPLB,2,8,4,4
+D1,ATOMIC,2,8,2,2,4
+E1,MOVB,2,8,4,4
+F1,MOVB,2,8,4,4
+; Column 2
+02,ADD,4,8,8,16
+12,ADDC,4,8,8,16
+22,SUB,4,8,8,16
+32,SUBC,4,8,8,16
+42,CMP,4,8,8,16
+52,XOR,4,8,8,16
+62,AND,4,8,8,16
+72,OR,4,8,8,16
+82,CMPI1,4,8,4,4,16
+92,CMPI2,4,8,4,4,16
+A2,CMPD1,4,8,4,4,16
+B2,CMPD2,4,8,4,4,16
+C2,MOVBZ,4,8,8,16
+D2,MOVBS,4,8,8,16
+E2,PCALL,4,8,8,16
+F2,MOV,4,8,8,16
+; Column 3
+03,ADDB,4,8,8,16
+13,ADDCB,4,8,8,16
+23,SUBB,4,8,8,16
+33,SUBCB,4,8,8,16
+43,CMPB,4,8,8,16
+53,XORB,4,8,8,16
+63,ANDB,4,8,8,16
+73,ORB,4,8,8,16
+F3,MOVB,4,8,8,16
+; Column 4
+04,ADD,4,8,8,16
+14,ADDC,4,8,8,16
+24,SUB,4,8,8,16
+34,SUBC,4,8,8,16
+54,XOR,4,8,8,16
+64,AND,4,8,8,16
+74,OR,4,8,8,16
+84,MOV,4,8,4,4,16
+94,MOV,4,8,4,4,16
+A4,MOVB,4,8,4,4,16
+B4,MOVB,4,8,4,4,16
+C4,MOV,4,8,4,4,16
+D4,MOV,4,8,4,4,16
+E4,MOVB,4,8,4,4,16
+F4,MOVB,4,8,4,4,16
+; Column 5
+05,ADDB,4,8,8,16
+15,ADDCB,4,8,8,16
+25,SUBB,4,8,8,16
+35,SUBCB,4,8,8,16
+55,XORB,4,8,8,16
+65,ANDB,4,8,8,16
+75,ORB,4,8,8,16
+A5,DISWDT,4,8,8,8,8
+B5,EINIT,4,8,8,8,8
+C5,MOVBZ,4,8,8,16
+D5,MOVBS,4,8,8,16
+; Column 6
+06,ADD,4,8,8,16
+16,ADDC,4,8,8,16
+26,SUB,4,8,8,16
+36,SUBC,4,8,8,16
+46,CMP,4,8,8,16
+56,XOR,4,8,8,16
+66,AND,4,8,8,16
+76,OR,4,8,8,16
+86,CMPI1,4,8,4,4,16
+96,CMPI2,4,8,4,4,16
+A6,CMPD1,4,8,4,4,16
+B6,CMPD2,4,8,4,4,16
+C6,SCXT,4,8,8,16
+D6,SCXT,4,8,8,16
+E6,MOV,4,8,8,16
+F6,MOV,4,8,8,16
+; Column 7
+07,ADDB,4,8,8,8,8
+17,ADDCB,4,8,8,8,8
+27,SUBB,4,8,8,8,8
+37,SUBCB,4,8,8,8,8
+47,CMPB,4,8,8,8,8
+57,XORB,4,8,8,8,8
+67,ANDB,4,8,8,8,8
+77,ORB,4,8,8,8,8
+87,IDLE,4,8,8,8,8
+97,PWRDN,4,8,8,8,8
+A7,SRVWDT,4,8,8,8,8
+B7,SRST,4,8,8,8,8
+D7,EXTS,4,8,2,2,4,8,4,2,2
+E7,MOVB,4,8,8,8,8
+F7,MOVB,4,8,8,16
+; Column 8
+08,ADD,2,8,4,4
+18,ADDC,2,8,4,4
+28,SUB,2,8,4,4
+38,SUBC,2,8,4,4
+48,CMP,2,8,4,4
+58,XOR,2,8,4,4
+68,AND,2,8,4,4
+78,OR,2,8,4,4
+88,MOV,2,8,4,4
+98,MOV,2,8,4,4
+A8,MOV,2,8,4,4
+B8,MOV,2,8,4,4
+C8,MOV,2,8,4,4
+D8,MOV,2,8,4,4
+E8,MOV,2,8,4,4
+; Column 9
+09,ADDB,2,8,4,4
+19,ADDCB,2,8,4,4
+29,SUBB,2,8,4,4
+39,SUBCB,2,8,4,4
+49,CMPB,2,8,4,4
+59,XORB,2,8,4,4
+69,ANDB,2,8,4,4
+79,ORB,2,8,4,4
+89,MOVB,2,8,4,4
+99,MOVB,2,8,4,4
+A9,MOVB,2,8,4,4
+B9,MOVB,2,8,4,4
+C9,MOVB,2,8,4,4
+D9,MOVB,2,8,4,4
+E9,MOVB,2,8,4,4
+; Column A
+0A,BFLDL,4,8,8,8,8
+1A,BFLDH,4,8,8,8,8
+2A,BCMP,4,8,8,8,4,4
+3A,BMOVN,4,8,8,8,4,4
+4A,BMOV,4,8,8,8,4,4
+5A,BOR,4,8,8,8,4,4
+6A,BAND,4,8,8,8,4,4
+7A,BXOR,4,8,8,8,4,4
+8A,JB,4,8,8,8,4,4
+9A,JBC,4,8,8,8,4,4
+AA,JNB,4,8,8,8,4,4
+BA,JNBS,4,8,8,8,4,4
+CA,CALLA,4,8,4,4,16
+DA,CALLS,4,8,8,16
+EA,JMPA,4,8,4,4,16
+FA,JMPS,4,8,8,16
+; Column B
+0B,MUL,2,8,4,4
+1B,MULU,2,8,4,4
+2B,PRIOR,2,8,4,4
+4B,DIV,2,8,4,4
+5B,DIVU,2,8,4,4
+6B,DIVL,2,8,4,4
+7B,DIVLU,2,8,4,4
+9B,TRAP,2,8,8
+AB,CALLI,2,8,4,4
+BB,CALLR,2,8,8
+CB,RET,2,8,8
+DB,RETS,2,8,8
+EB,RETP,2,8,8
+FB,RETI,2,8,8
+; Column C
+0C,ROL,2,8,4,4
+1C,ROL,2,8,4,4
+2C,ROR,2,8,4,4
+3C,ROR,2,8,4,4
+4C,SHL,2,8,4,4
+5C,SHL,2,8,4,4
+6C,SHR,2,8,4,4
+7C,SHR,2,8,4,4
+9C,JMPI,2,8,4,4
+AC,ASHR,2,8,4,4
+BC,ASHR,2,8,4,4
+CC,NOP,2,8,8
+DC,EXTS,2,8,2,2,4
+EC,PUSH,2,8,8
+FC,POP,2,8,8
+; Column D: the condition is the opcode's high nibble
+0D,JMPR,2,4,4,8
+1D,JMPR,2,4,4,8
+2D,JMPR,2,4,4,8
+3D,JMPR,2,4,4,8
+4D,JMPR,2,4,4,8
+5D,JMPR,2,4,4,8
+6D,JMPR,2,4,4,8
+7D,JMPR,2,4,4,8
+8D,JMPR,2,4,4,8
+9D,JMPR,2,4,4,8
+AD,JMPR,2,4,4,8
+BD,JMPR,2,4,4,8
+CD,JMPR,2,4,4,8
+DD,JMPR,2,4,4,8
+ED,JMPR,2,4,4,8
+FD,JMPR,2,4,4,8
+; Column E: the bit number is the opcode's high nibble
+0E,BCLR,2,4,4,8
+1E,BCLR,2,4,4,8
+2E,BCLR,2,4,4,8
+3E,BCLR,2,4,4,8
+4E,BCLR,2,4,4,8
+5E,BCLR,2,4,4,8
+6E,BCLR,2,4,4,8
+7E,BCLR,2,4,4,8
+8E,BCLR,2,4,4,8
+9E,BCLR,2,4,4,8
+AE,BCLR,2,4,4,8
+BE,BCLR,2,4,4,8
+CE,BCLR,2,4,4,8
+DE,BCLR,2,4,4,8
+EE,BCLR,2,4,4,8
+FE,BCLR,2,4,4,8
+; Column F: the bit number is the opcode's high nibble
+0F,BSET,2,4,4,8
+1F,BSET,2,4,4,8
+2F,BSET,2,4,4,8
+3F,BSET,2,4,4,8
+4F,BSET,2,4,4,8
+5F,BSET,2,4,4,8
+6F,BSET,2,4,4,8
+7F,BSET,2,4,4,8
+8F,BSET,2,4,4,8
+9F,BSET,2,4,4,8
+AF,BSET,2,4,4,8
+BF,BSET,2,4,4,8
+CF,BSET,2,4,4,8
+DF,BSET,2,4,4,8
+EF,BSET,2,4,4,8
+FF,BSET,2,4,4,8

@@ -1,0 +1,3 @@
+DO
+_assign %2=%2+1
+LOOP

@@ -1,0 +1,41 @@
+// The opcode table reader over any file, then the decoder with the table it read: every
+// opcode decodes to a text and advances, whatever lengths and field widths the file gave.
+#include "disasm/instruction_decoder.h"
+#include "formats/register_file.h"
+#include "fuzz_support.h"
+
+using namespace velmora;
+
+namespace {
+
+const RegisterTable& shippedRegisters() {
+  static const RegisterTable table = [] {
+    RegisterTable loaded;
+    MessageLog log;
+    LoadRegisterFile((fuzz::ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded, log);
+    return loaded;
+  }();
+  return table;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string path = fuzz::WriteInput(data, size, "command.cmd");
+  OpcodeTable opcodes;
+  MessageLog log;
+  const OpcodeTableResult result = LoadOpcodeTable(path, opcodes, log);
+  fuzz::Require(result.found, "the input file is found");
+
+  InstructionDecoder decoder(opcodes, shippedRegisters());
+  MemoryImage image;
+  const uint8_t tail[] = {0xF2, 0x1E, 0x81, 0xFF, 0x00, 0x80, 0x7E};
+  for (int opcode = 0; opcode < 256; ++opcode) {
+    const int length = decoder.LengthOf(static_cast<uint8_t>(opcode));
+    fuzz::Require(length > 0 && length <= OpcodeTable::kMaxLength, "an instruction is 1 to 8 bytes long");
+    image.SetByte(0x200, static_cast<uint8_t>(opcode));
+    image.StoreLoaded(0x201, tail);
+    fuzz::Require(!decoder.Disassemble(image, 0x200).empty(), "every instruction has a text");
+  }
+  return 0;
+}
