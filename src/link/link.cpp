@@ -11,7 +11,7 @@ LineSettings LineSettingsOf(const CommunicationSettings& settings) {
 Link::Link(SerialPort& port, LinkContext context)
     : port_(port),
       context_(std::move(context)),
-      transport_(port, context_.settings.communication, context_.frontend),
+      transport_(port, context_.settings.communication, context_.frontend, context_.log),
       monitor_(transport_, context_.settings.bytes, context_.image),
       registerAccess_(monitor_, context_.image, context_.registers, context_.log) {}
 
@@ -27,6 +27,9 @@ bool Link::EnsurePortOpen() {
   if (port_.Open(com.DevicePath(), lineSettings_)) {
     port_.SetReceiveNotification(true);
     return true;
+  }
+  for (const auto& line : PortFaultLines(com.DevicePath(), port_.Fault())) {
+    context_.log.WriteLine(line);
   }
   context_.frontend.MessageBox(kPortInUseMessage, BoxButtons::Ok, BoxIcon::Exclamation, {});
   return false;

@@ -38,6 +38,10 @@ class PortSelector : public SerialPort {
     if (current_) current_->DiscardInput();
   }
   void WaitForInput(std::chrono::milliseconds timeout) override;
+  PortFault Fault() const override {
+    if (current_) return current_->Fault();
+    return device_.empty() ? PortFault{} : PortFault{PortProblem::NoSuchDevice, {}};
+  }
   void SetReceiveNotification(bool enabled) override;
   void Poll() override {
     if (current_) current_->Poll();

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "link/port_fault.h"
+
 namespace velmora {
 
 struct LineSettings {
@@ -37,6 +39,10 @@ class SerialPort {
   virtual void DiscardInput() = 0;
   // Blocks up to timeout until input arrives beyond what is already buffered.
   virtual void WaitForInput(std::chrono::milliseconds timeout) = 0;
+
+  // Why the last Open failed, or that the device went away while open (HungUp); None
+  // while all is well.
+  virtual PortFault Fault() const { return {}; }
 
   // The received-byte notification: while enabled, onReceived runs (from the event loop)
   // whenever bytes arrive.

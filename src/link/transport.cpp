@@ -3,14 +3,16 @@
 #include <algorithm>
 
 #include "core/frontend.h"
+#include "core/message_log.h"
 #include "link/timeouts.h"
 
 namespace velmora {
 
 using Clock = std::chrono::steady_clock;
 
-Transport::Transport(SerialPort& port, const CommunicationSettings& settings, Frontend& frontend)
-    : port_(port), settings_(settings), frontend_(frontend) {}
+Transport::Transport(SerialPort& port, const CommunicationSettings& settings, Frontend& frontend,
+                     MessageLog& log)
+    : port_(port), settings_(settings), frontend_(frontend), log_(log) {}
 
 std::chrono::milliseconds Transport::Timeout() const {
   return std::chrono::milliseconds(std::max(settings_.timeout, 1));
@@ -19,7 +21,18 @@ std::chrono::milliseconds Transport::Timeout() const {
 void Transport::portFailure() {
   if (portFailed_) return;
   portFailed_ = true;
+  PortFault fault = port_.Fault();
+  if (fault.problem == PortProblem::None && !port_.IsOpen()) fault = {PortProblem::NotOpen, {}};
+  for (const auto& line : PortFaultLines(settings_.DevicePath(), fault)) log_.WriteLine(line);
+  // A device that went away stays useless; the next open finds out whether it is back.
+  if (fault.problem == PortProblem::HungUp) port_.Close();
   frontend_.MessageBox(kPortInUseMessage, BoxButtons::Ok, BoxIcon::Exclamation, {});
+}
+
+bool Transport::hungUp() {
+  if (port_.Fault().problem != PortProblem::HungUp) return false;
+  portFailure();
+  return true;
 }
 
 void Transport::pump() {
@@ -32,6 +45,7 @@ bool Transport::waitFor(size_t n) {
   auto deadline = Clock::now() + Timeout();
   size_t seen = port_.BytesAvailable();
   while (seen < n) {
+    if (hungUp()) return false;
     const auto now = Clock::now();
     if (now >= deadline) return false;
     const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
@@ -54,6 +68,7 @@ void Transport::SSSend(uint8_t byte) {
   // The echo of the byte on the one-wire line; its value is not compared.
   auto deadline = Clock::now() + Timeout();
   while (port_.BytesAvailable() < 1 && Clock::now() < deadline) {
+    if (hungUp()) return;
     port_.WaitForInput(kWaitSlice);
     pump();
   }

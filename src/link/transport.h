@@ -17,13 +17,15 @@
 namespace velmora {
 
 class Frontend;
+class MessageLog;
 
 inline constexpr std::string_view kPortInUseMessage =
     "Caution ! Communication port used by other application ! Please select a different port ";
 
 class Transport {
  public:
-  Transport(SerialPort& port, const CommunicationSettings& settings, Frontend& frontend);
+  Transport(SerialPort& port, const CommunicationSettings& settings, Frontend& frontend,
+            MessageLog& log);
 
   SerialPort& port() { return port_; }
   const CommunicationSettings& settings() const { return settings_; }
@@ -40,8 +42,8 @@ class Transport {
   // Drops whatever the target has sent so far.
   void Discard();
 
-  // Set when a port operation failed during the current exchange; the message box has
-  // then been shown once.
+  // Set when a port operation failed during the current exchange, or the device hung up;
+  // the cause's line and the message box have then been written and shown once.
   bool PortFailed() const { return portFailed_; }
 
   std::chrono::milliseconds Timeout() const;
@@ -50,6 +52,8 @@ class Transport {
   friend class Exchange;
 
   void portFailure();
+  // True (after reporting it) when the device has gone away: nothing will arrive.
+  bool hungUp();
   // Lets the user interface run; marks the time as served-from-a-wait.
   void pump();
   // Waits until at least n bytes are in, or the line was silent for a time-out period.
@@ -58,6 +62,7 @@ class Transport {
   SerialPort& port_;
   const CommunicationSettings& settings_;
   Frontend& frontend_;
+  MessageLog& log_;
   bool portFailed_ = false;
   bool pumping_ = false;
   int depth_ = 0;

@@ -6,7 +6,10 @@
 namespace velmora {
 
 bool VirtualPort::Open(const std::string&, const LineSettings& settings) {
-  if (unavailable_) return false;
+  openFault_ = refusal_;
+  if (refusal_.problem != PortProblem::None) return false;
+  hangUpBudget_.reset();
+  hungUpAt_.reset();
   settings_ = settings;
   open_ = true;
   return true;
@@ -24,13 +27,27 @@ VirtualPort::Clock::duration VirtualPort::byteTime() const {
 
 void VirtualPort::collect(Clock::time_point after) {
   for (const auto& out : board_.TakeOutput()) {
+    if (hangUpBudget_ && *hangUpBudget_ == 0) continue;  // the line is dead
     targetLineFree_ = std::max(targetLineFree_, after) + byteTime() + out.delay;
     incoming_.push_back({out.value, targetLineFree_});
+    if (hangUpBudget_ && --*hangUpBudget_ == 0) hungUpAt_ = targetLineFree_;
   }
 }
 
+void VirtualPort::HangUpAfter(size_t bytes) {
+  collect(Clock::now());  // what the board has sent so far is on the wire already
+  hangUpBudget_ = bytes;
+  if (bytes == 0) hungUpAt_ = Clock::now();
+}
+
+PortFault VirtualPort::Fault() const {
+  if (openFault_.problem != PortProblem::None) return openFault_;
+  if (hungUpAt_ && *hungUpAt_ <= Clock::now()) return {PortProblem::HungUp, {}};
+  return {};
+}
+
 bool VirtualPort::Write(std::span<const uint8_t> bytes) {
-  if (!open_) return false;
+  if (!open_ || Fault().problem == PortProblem::HungUp) return false;
   const auto now = Clock::now();
   for (uint8_t byte : bytes) {
     hostLineFree_ = std::max(hostLineFree_, now) + byteTime();
@@ -87,6 +104,7 @@ void VirtualPort::WaitForInput(std::chrono::milliseconds timeout) {
       break;
     }
   }
+  if (hungUpAt_) until = std::min(until, std::max(*hungUpAt_, now));
   std::this_thread::sleep_until(until);
 }
 

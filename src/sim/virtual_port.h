@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <deque>
+#include <optional>
 
 #include "link/serial_port.h"
 #include "sim/board.h"
@@ -18,8 +19,15 @@ class VirtualPort : public SerialPort {
   explicit VirtualPort(Board& board) : board_(board) {}
 
   void SetLineRateModel(bool on) { lineRate_ = on; }
-  // Refuse to open, as a port held by another program would.
-  void SetUnavailable(bool unavailable) { unavailable_ = unavailable; }
+  // Refuse to open, as a port held by another program would, or for the given reason.
+  void SetUnavailable(bool unavailable) {
+    SetUnavailable(unavailable ? PortFault{PortProblem::InUse, {}} : PortFault{});
+  }
+  void SetUnavailable(PortFault refusal) { refusal_ = std::move(refusal); }
+  // The line goes dead after the board's next bytes bytes, as when the adapter is pulled
+  // or the board's program ends: later output is lost, writes fail, and Fault() says
+  // HungUp once those bytes have arrived. Opening the port again ends it.
+  void HangUpAfter(size_t bytes);
   Board& board() { return board_; }
   const LineSettings& settings() const { return settings_; }
 
@@ -34,6 +42,7 @@ class VirtualPort : public SerialPort {
   void DiscardInput() override;
   void WaitForInput(std::chrono::milliseconds timeout) override;
   void SetReceiveNotification(bool enabled) override { notify_ = enabled; }
+  PortFault Fault() const override;
 
   // The event loop's turn: hands arrived bytes to the received-byte notification.
   void Poll() override;
@@ -51,7 +60,10 @@ class VirtualPort : public SerialPort {
   Board& board_;
   LineSettings settings_;
   bool open_ = false;
-  bool unavailable_ = false;
+  PortFault refusal_;
+  PortFault openFault_;
+  std::optional<size_t> hangUpBudget_;         // board bytes that still cross the line
+  std::optional<Clock::time_point> hungUpAt_;  // when the line went dead
   bool notify_ = false;
   bool lineRate_ = false;
   std::deque<InByte> incoming_;

@@ -2,6 +2,7 @@
 // the wire and in the message lines, and the checksums over the image.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -122,6 +123,27 @@ TEST_F(Transfers, AFailedBlockStopsTheWalk) {
               (std::vector<std::pair<int32_t, int32_t>>{{0x000, 1024}, {0x400, 1024}}));
     EXPECT_EQ(link->state(), f.after);
   }
+}
+
+// The board goes away in the middle of an upload: the exchange ends at once with the
+// cause, not after the time-outs of every answer still missing.
+TEST_F(Transfers, ABoardThatHangsUpEndsTheUploadAtOnce) {
+  ConnectAndMark();
+  settings.communication.timeout = 6000;  // the rest of one block read would wait 30 s
+  ASSERT_TRUE(selections.AddSelection(0x000, 0xBFF));
+  // A block read is answered with 1029 bytes; the line dies in the second block's data.
+  port->HangUpAfter(1029 + 500);
+  const size_t boxes = frontend.boxes.size();
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(UploadSelections(*link), -1);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_EQ(NewLines(),
+            (Texts{"*Upload:  1024 bytes ",
+                   "*ERROR: Port virtual: hung up, the device went away",
+                   "*ERROR: no data received"}));
+  ASSERT_EQ(frontend.boxes.size(), boxes + 1);
+  EXPECT_EQ(frontend.boxes.back().text, kPortInUseMessage);
+  EXPECT_EQ(link->state(), TargetState::NotConnected);
 }
 
 TEST(Checksums, DocumentedExamples) {

@@ -161,15 +161,30 @@ TEST_F(Connection, CancelAtTheResetPromptSendsNothingAndWritesNoEvaluation) {
   EXPECT_EQ(frontend.boxes.at(0).buttons, BoxButtons::OkCancel);
 }
 
-TEST_F(Connection, PortThatCannotBeOpenedShowsTheBoxAndSendsNothing) {
-  port->SetUnavailable(true);
-  EXPECT_NE(ConnectTarget(*link), 0);
-  EXPECT_NE(ReconnectTarget(*link), 0);
-  EXPECT_NE(SwitchToAsc1(*link), 0);
-  ASSERT_EQ(frontend.boxes.size(), 3U);
-  for (const auto& box : frontend.boxes) EXPECT_EQ(box.text, kPortInUseMessage);
+// Every port problem shows the same box; the line after it says what the system found.
+TEST_F(Connection, PortThatCannotBeOpenedShowsTheBoxAndTheCauseAndSendsNothing) {
+  const std::pair<PortFault, TextLines> kCauses[] = {
+      {{PortProblem::NoSuchDevice, {}}, {"*ERROR: Port virtual: no such device"}},
+      {{PortProblem::PermissionDenied, "dialout"},
+       {"*ERROR: Port virtual: permission denied",
+        "*Join the group dialout that owns the device, then log in again"}},
+      {{PortProblem::PermissionDenied, {}}, {"*ERROR: Port virtual: permission denied"}},
+      {{PortProblem::NotSerialDevice, {}}, {"*ERROR: Port virtual: not a serial device"}},
+      {{PortProblem::InUse, {}}, {"*ERROR: Port virtual: in use, locked by another process"}},
+      {{PortProblem::Other, "Input/output error"}, {"*ERROR: Port virtual: Input/output error"}},
+  };
+  for (const auto& [fault, cause] : kCauses) {
+    SCOPED_TRACE(cause.front());
+    port->SetUnavailable(fault);
+    frontend.boxes.clear();
+    EXPECT_NE(ConnectTarget(*link), 0);
+    EXPECT_NE(ReconnectTarget(*link), 0);
+    EXPECT_NE(SwitchToAsc1(*link), 0);
+    ASSERT_EQ(frontend.boxes.size(), 3U);
+    for (const auto& box : frontend.boxes) EXPECT_EQ(box.text, kPortInUseMessage);
+    EXPECT_EQ(NewLines(), cause + cause + cause);
+  }
   EXPECT_TRUE(board->received().empty());
-  EXPECT_TRUE(Lines().empty());
 }
 
 TEST_F(Connection, AfterConnectionRunsOnceForEverySuccessfulConnectionWithTheMonitorReady) {

@@ -54,6 +54,7 @@ class ObservingPort : public SerialPort {
     inner_.SetReceiveNotification(enabled);
   }
   void Poll() override { inner_.Poll(); }
+  PortFault Fault() const override { return inner_.Fault(); }
 
  private:
   void tally() {
