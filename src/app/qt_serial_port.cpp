@@ -1,10 +1,14 @@
 #include "app/qt_serial_port.h"
 
+#include <poll.h>
+
 #include <QByteArray>
 #include <QSerialPort>
 #include <QString>
 #include <algorithm>
 #include <limits>
+
+#include "link/device_diagnosis.h"
 
 namespace velmora {
 
@@ -48,9 +52,42 @@ bool QtSerialPort::Open(const std::string& device, const LineSettings& settings)
   port_->setParity(QSerialPort::NoParity);
   port_->setStopBits(QSerialPort::OneStop);
   port_->setFlowControl(QSerialPort::NoFlowControl);
-  if (!port_->open(QIODevice::ReadWrite)) return false;
+  fault_ = {};
+  if (!port_->open(QIODevice::ReadWrite)) {
+    fault_ = openFault(device);
+    return false;
+  }
   applySettings(settings);
   return true;
+}
+
+PortFault QtSerialPort::openFault(const std::string& device) const {
+  const PortFault seen = DiagnoseDevice(device);
+  if (seen.problem != PortProblem::None) return seen;
+  switch (port_->error()) {
+    case QSerialPort::PermissionError:
+      // The device lets this process in, so what refused it is the lock another
+      // program's port holds.
+      return {PortProblem::InUse, {}};
+    case QSerialPort::DeviceNotFoundError:
+      return {PortProblem::NoSuchDevice, {}};
+    default:
+      return {PortProblem::Other, port_->errorString().toStdString()};
+  }
+}
+
+bool QtSerialPort::hungUp() {
+  if (fault_.problem == PortProblem::HungUp) return true;
+  if (!port_->isOpen()) return false;
+  // Qt reports a device that went away as a resource error once it has tried to read;
+  // the system says so at once with a hang-up on the descriptor.
+  bool gone = port_->error() == QSerialPort::ResourceError;
+  if (!gone && port_->handle() >= 0) {
+    pollfd descriptor{static_cast<int>(port_->handle()), POLLIN, 0};
+    gone = poll(&descriptor, 1, 0) > 0 && (descriptor.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+  }
+  if (gone) fault_ = {PortProblem::HungUp, {}};
+  return gone;
 }
 
 bool QtSerialPort::applySettings(const LineSettings& settings) {
@@ -87,7 +124,7 @@ bool QtSerialPort::Configure(const LineSettings& settings) {
 }
 
 bool QtSerialPort::Write(std::span<const uint8_t> bytes) {
-  if (!IsOpen()) return false;
+  if (!IsOpen() || hungUp()) return false;
   if (bytes.empty()) return true;
   const auto size = static_cast<qint64>(bytes.size());
   return port_->write(reinterpret_cast<const char*>(bytes.data()), size) == size;
@@ -101,7 +138,9 @@ bool QtSerialPort::WaitForBytesWritten(std::chrono::milliseconds timeout) {
     const auto remaining =
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
     if (remaining.count() <= 0) return false;
-    if (!port_->waitForBytesWritten(msecs(remaining))) return port_->bytesToWrite() == 0;
+    if (!port_->waitForBytesWritten(msecs(remaining))) {
+      return port_->bytesToWrite() == 0 && !hungUp();
+    }
   }
   return true;
 }
@@ -124,13 +163,15 @@ void QtSerialPort::DiscardInput() {
 }
 
 void QtSerialPort::WaitForInput(std::chrono::milliseconds timeout) {
-  if (!IsOpen()) return;
+  if (!IsOpen() || hungUp()) return;
   // Waits for bytes beyond those already buffered even when some are: the link asks only
   // when it needs more than it has, and returning at once on a partly filled block would
   // spin a core for as long as the block takes on the line.
-  port_->waitForReadyRead(msecs(timeout));
-  // A time-out is an answer here, not a fault of the device.
+  if (port_->waitForReadyRead(msecs(timeout))) return;
+  // A time-out is an answer here, not a fault of the device; a wait that ended early
+  // may have been ended by the device going away.
   if (port_->error() == QSerialPort::TimeoutError) port_->clearError();
+  hungUp();
 }
 
 void QtSerialPort::SetReceiveNotification(bool enabled) {

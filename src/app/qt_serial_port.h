@@ -36,6 +36,7 @@ class QtSerialPort : public SerialPort {
   void DiscardInput() override;
   void WaitForInput(std::chrono::milliseconds timeout) override;
   void SetReceiveNotification(bool enabled) override;
+  PortFault Fault() const override { return fault_; }
 
   // True when the last Open or Configure could not apply every line setting.
   bool LastSettingsRefused() const { return settingsRefused_; }
@@ -44,10 +45,15 @@ class QtSerialPort : public SerialPort {
 
  private:
   bool applySettings(const LineSettings& settings);
+  // Why the device would not open: what the system shows of it, else Qt's reason.
+  PortFault openFault(const std::string& device) const;
+  // Notes a device that has gone away; true when it has.
+  bool hungUp();
 
   std::unique_ptr<QSerialPort> port_;
   QMetaObject::Connection readyRead_;
   bool settingsRefused_ = false;
+  PortFault fault_;
 };
 
 }  // namespace velmora

@@ -144,6 +144,31 @@ TEST_F(PtyConnection, KLineEchoesAreConsumed) {
   RoundTrip(0x020000, Pattern(1024, 9));
 }
 
+// velmora-board ends in the middle of a block read: the host sees the hang-up at once,
+// says so and shows the box, instead of waiting out every time-out of the command.
+TEST_F(PtyConnection, ABoardThatEndsMidTransferIsAHangUp) {
+  ASSERT_NO_FATAL_FAILURE(StartBoard({"--line-rate", "9600"}, 6000));
+  ASSERT_EQ(ConnectTarget(*link), 0);
+  log.List() = MessageList();
+  frontend.boxes.clear();  // the reset question
+  const std::string device = board.DevicePath();
+  std::thread pullThePlug([this] {
+    std::this_thread::sleep_for(milliseconds(300));
+    board.Signal(SIGKILL);
+  });
+  const auto start = Clock::now();
+  // 16 KB take 17 s on the line; the time-outs of the read add up to 30 s.
+  const int16_t status = link->monitor().Cmd_Read(0x010000, 0x4000);
+  const auto elapsed = Clock::now() - start;
+  pullThePlug.join();
+  EXPECT_LT(status, 0);
+  EXPECT_LT(elapsed, milliseconds(5000));
+  EXPECT_EQ(Lines(), TextLines{"*ERROR: Port " + device + ": hung up, the device went away"});
+  ASSERT_EQ(frontend.boxes.size(), 1U);
+  EXPECT_EQ(frontend.boxes[0].text, kPortInUseMessage);
+  EXPECT_FALSE(image.IsDefined(0x010000));
+}
+
 // Faults armed from velmora-board's command line reach the host.
 struct FaultRow {
   const char* name;

@@ -17,6 +17,8 @@
 #include <thread>
 #include <vector>
 
+#include "temp_folder.h"
+
 namespace velmora {
 namespace {
 
@@ -34,7 +36,7 @@ class QtSerialPortOnPty : public ::testing::Test {
   }
   void TearDown() override {
     port.Close();
-    close(master);
+    if (master >= 0) close(master);
   }
 
   void Send(const Bytes& bytes) const {
@@ -130,6 +132,48 @@ TEST_F(QtSerialPortOnPty, ReceivedNotificationRunsOnlyWhileEnabled) {
   RunEventLoop(milliseconds(2000), [&] { return calls > 0; });
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(port.Read(1), Bytes{0x20});
+}
+
+// A port that would not open says why, from what the system shows of the device.
+TEST(QtSerialPortOpen, SaysWhyTheDeviceWouldNotOpen) {
+  test::TempFolder folder;
+  const int master = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
+  const std::string terminal = ptsname(master);
+  QtSerialPort holder;  // another program's port
+  ASSERT_TRUE(holder.Open(terminal, {9600, 0, 8, 1}));
+  const std::pair<std::string, PortProblem> kDevices[] = {
+      {folder.File("ttyUSB9"), PortProblem::NoSuchDevice},
+      {folder.path().string(), PortProblem::NotSerialDevice},
+      {folder.Write("plain", "not a device"), PortProblem::NotSerialDevice},
+      {terminal, PortProblem::InUse},
+  };
+  for (const auto& [device, problem] : kDevices) {
+    SCOPED_TRACE(device);
+    QtSerialPort port;
+    EXPECT_FALSE(port.Open(device, {9600, 0, 8, 1}));
+    EXPECT_EQ(port.Fault().problem, problem);
+  }
+  holder.Close();
+  QtSerialPort port;
+  EXPECT_TRUE(port.Open(terminal, {9600, 0, 8, 1}));
+  EXPECT_EQ(port.Fault().problem, PortProblem::None);
+  close(master);
+}
+
+// The far end goes away (the board's pseudo-terminal closes, an adapter is pulled): the
+// wait returns and the port says it hung up, rather than looking like a silent line.
+TEST_F(QtSerialPortOnPty, AFarEndThatGoesAwayIsAHangUp) {
+  EXPECT_EQ(port.Fault().problem, PortProblem::None);
+  close(master);
+  master = -1;
+  const auto start = Clock::now();
+  for (int i = 0; i < 10 && port.Fault().problem == PortProblem::None; ++i) {
+    port.WaitForInput(milliseconds(3000));
+  }
+  EXPECT_LT(Clock::now() - start, milliseconds(15000));  // ten silent waits take 30 s
+  EXPECT_EQ(port.Fault().problem, PortProblem::HungUp);
+  EXPECT_FALSE(port.Write(Bytes{0x01}) && port.WaitForBytesWritten(milliseconds(100)));
 }
 
 }  // namespace
