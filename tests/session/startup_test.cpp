@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+
+#include <sys/wait.h>
 #include <vector>
 
 #include "commands/flash_operations.h"
@@ -94,6 +96,51 @@ TEST(Startup, EmptyFolderIsFilledByTheExtractorAndStartUpGoesOn) {
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     EXPECT_EQ(test::ReadFile(extracted.string()), shipped) << extracted;
+  }
+}
+
+// The extraction only fills gaps: the user's own preferences and edited definitions stay.
+TEST(Startup, ExtractionLeavesEveryExistingFileAsItIs) {
+  test::ProgramFolderCopy home;
+  fs::remove(home.path() / "mctypes.dat");
+  const std::string mine = "[Communication]\r\nPORT=COM1\r\nPORTNAME=virtual\r\nBAUDRATE=19200\r\n";
+  home.folder().Write("default.ini", mine);
+  const std::string edited =
+      test::ReadFile((home.path() / "SFRDEF" / "BRASK.SFR").string()) + "; mine\r\n";
+  home.folder().Write("SFRDEF/BRASK.SFR", edited);
+  {
+    Started run(home.path());
+    ASSERT_TRUE(Startup(run.session, {VELMORA_EXTRACT})) << ::testing::PrintToString(run.lines);
+    EXPECT_EQ(run.session.settings.communication.baudRate, 19200);
+  }
+  EXPECT_TRUE(fs::is_regular_file(home.path() / "mctypes.dat"));
+  EXPECT_EQ(test::ReadFile((home.path() / "default.ini").string()), mine);
+  EXPECT_EQ(test::ReadFile((home.path() / "SFRDEF" / "BRASK.SFR").string()), edited);
+}
+
+// Options of the extraction program are never taken for the folder to fill.
+TEST(Startup, ExtractorOptionsAreNotFolders) {
+  struct Case {
+    std::string arguments;
+    int exitCode;
+    std::string output;  // a part of what it prints
+  };
+  const Case kCases[] = {
+      {"--help", 0, "usage: velmora-extract"},  {"-h", 0, "usage: velmora-extract"},
+      {"--bogus", 2, "unknown option --bogus"}, {"-y", 2, "usage: velmora-extract"},
+      {"-- --help", 0, "files written"},  // after "--" a name is a folder
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.arguments);
+    test::TempFolder work;
+    const std::string command = "cd '" + work.path().string() + "' && '" VELMORA_EXTRACT "' " +
+                                c.arguments + " >out.txt 2>&1";
+    const int status = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), c.exitCode);
+    EXPECT_NE(work.Read("out.txt").find(c.output), std::string::npos) << work.Read("out.txt");
+    const bool made = fs::exists(work.path() / "--help");
+    EXPECT_EQ(made, c.arguments == "-- --help");
   }
 }
 
