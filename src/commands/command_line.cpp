@@ -1,5 +1,6 @@
 #include "commands/command_line.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 
@@ -7,7 +8,36 @@
 
 namespace velmora {
 
-SplitLine SplitCommandLine(std::string_view line) {
+namespace {
+
+bool isBlank(char ch) {
+  return ch == ' ' || ch == '\t';
+}
+
+// Where the parameter starting at `at` ends: the next comma, or for a quoted parameter
+// the next comma after its closing quote.
+size_t parameterEnd(std::string_view rest, size_t at, bool quoted) {
+  size_t first = at;
+  while (first < rest.size() && isBlank(rest[first])) ++first;
+  if (quoted && first < rest.size() && rest[first] == '"') {
+    const size_t closing = rest.find('"', first + 1);
+    if (closing != std::string_view::npos) return rest.find(',', closing);
+  }
+  return rest.find(',', at);
+}
+
+// The text between the quotes, and whatever follows the closing one but blanks.
+std::string unquoted(const std::string& parameter) {
+  const size_t closing = parameter.find('"', 1);
+  std::string text = parameter.substr(1, closing - 1);
+  const std::string after = parameter.substr(closing + 1);
+  if (after.find_first_not_of(" \t") != std::string::npos) text += after;
+  return text;
+}
+
+}  // namespace
+
+SplitLine SplitCommandLine(std::string_view line, bool quoted) {
   SplitLine split;
   const int wordEnd = WordEnd(line, false);
   split.word = std::string(line.substr(0, static_cast<size_t>(wordEnd)));
@@ -17,11 +47,15 @@ SplitLine SplitCommandLine(std::string_view line) {
   rest += ',';
   size_t at = 0;
   while (at < rest.size()) {
-    const size_t comma = rest.find(',', at);
+    const size_t comma = parameterEnd(rest, at, quoted);
     if (comma == std::string::npos) break;
     std::string parameter = rest.substr(at, comma - at);
     const size_t first = parameter.find_first_not_of(" \t");
     parameter.erase(0, first == std::string::npos ? parameter.size() : first);
+    if (quoted && parameter.size() >= 2 && parameter.front() == '"' &&
+        parameter.find('"', 1) != std::string::npos) {
+      parameter = unquoted(parameter);
+    }
     if (split.parameters.size() == kMaxParameters) {
       split.tooManyParameters = true;
       break;
@@ -32,21 +66,33 @@ SplitLine SplitCommandLine(std::string_view line) {
   return split;
 }
 
-std::string CleanLine(std::string_view text) {
-  const auto isBlank = [](char ch) { return ch == ' ' || ch == '\t'; };
+std::string CleanLine(std::string_view text, bool quoted) {
   size_t begin = 0;
   size_t end = text.size();
   while (begin < end && isBlank(text[begin])) ++begin;
   while (end > begin && isBlank(text[end - 1])) --end;
+  // Which characters stand between a pair of double quotes (and are kept as they are).
+  std::vector<bool> inQuotes(end, false);
+  for (size_t open = text.find('"', begin); quoted && open < end; open = text.find('"', open + 1)) {
+    const size_t closing = text.find('"', open + 1);
+    if (closing >= end) break;
+    std::fill(inQuotes.begin() + static_cast<long>(open) + 1,
+              inQuotes.begin() + static_cast<long>(closing), true);
+    open = closing;
+  }
   std::string line;
+  std::vector<bool> kept;
   for (size_t i = begin; i < end; ++i) {
-    if (isBlank(text[i]) && i + 1 < end && isBlank(text[i + 1])) continue;
-    line.push_back(text[i] == '\t' ? ' ' : text[i]);
+    if (!inQuotes[i] && isBlank(text[i]) && i + 1 < end && isBlank(text[i + 1]) && !inQuotes[i + 1])
+      continue;
+    line.push_back(text[i] == '\t' && !inQuotes[i] ? ' ' : text[i]);
+    kept.push_back(inQuotes[i]);
   }
   std::string cleaned;
   for (size_t i = 0; i < line.size(); ++i) {
-    if (line[i] == ' ' && i + 1 < line.size() && line[i + 1] == ',') continue;
-    if (line[i] == ' ' && i > 0 && line[i - 1] == ',') continue;
+    if (!kept[i] && line[i] == ' ' && i + 1 < line.size() && line[i + 1] == ',' && !kept[i + 1])
+      continue;
+    if (!kept[i] && line[i] == ' ' && i > 0 && line[i - 1] == ',' && !kept[i - 1]) continue;
     cleaned.push_back(line[i]);
   }
   return cleaned;

@@ -1,5 +1,7 @@
 // A file written under a temporary name beside its target and renamed over it only when
-// everything was written, so that a failure never leaves half a file behind.
+// everything was written, so that a failure never leaves half a file behind. A symbolic
+// link is written through to its target and stays a link; a device or a pipe (/dev/null,
+// a fifo) is written in place, since renaming over it would replace it by a plain file.
 #pragma once
 
 #include <cstdio>
@@ -28,6 +30,7 @@ class AtomicFile {
   std::filesystem::path target_;
   std::filesystem::path temporary_;
   std::FILE* file_ = nullptr;
+  bool inPlace_ = false;
   bool failed_ = false;
 };
 

@@ -25,6 +25,21 @@ std::filesystem::path ResolveStoredPath(const std::filesystem::path& programFold
   return MatchCaseInsensitive(resolved.lexically_normal());
 }
 
+std::vector<std::filesystem::path> CandidatePaths(const std::filesystem::path& programFolder,
+                                                  std::string_view name, RelativeNames rule) {
+  std::vector<std::filesystem::path> paths;
+  const bool relative = !name.empty() && name.front() != '/' && name.front() != '\\' &&
+                        name.find(':') == std::string_view::npos;
+  if (relative && rule == RelativeNames::CurrentDirectoryFirst) {
+    std::string local(name);
+    std::replace(local.begin(), local.end(), '\\', '/');
+    std::error_code error;
+    paths.push_back((std::filesystem::current_path(error) / local).lexically_normal());
+  }
+  paths.push_back(ResolveStoredPath(programFolder, name));
+  return paths;
+}
+
 std::filesystem::path MatchCaseInsensitive(const std::filesystem::path& path) {
   std::error_code error;
   if (std::filesystem::exists(path, error)) return path;
