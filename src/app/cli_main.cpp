@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,26 +27,35 @@ using velmora::Session;
 
 constexpr const char* kUsage =
     "usage: velmora-cli [--home DIR] [--port NAME] [--baud N] [--no-save] [--no-questions]\n"
-    "                   [-i] [--disassemble] [-c LINE]... [SCRIPT]...\n"
+    "                   [-i] [--disassemble] [-c LINE]... [--] [SCRIPT]...\n"
     "\n"
     "Starts like the desktop program (controller database, default.ini, serial port), then\n"
     "runs each -c line and each script in the order given (all of them, even after one fails).\n"
     "A line starting with \"_\" is a command (_help lists them); \":\" followed by hex pairs,\n"
     "or any other text, is sent raw to the target. Every message line is printed as soon as\n"
     "it is complete; message boxes go to standard error and are answered OK / Yes.\n"
+    "_quit ends the run at once: no later line, script or -c item runs.\n"
+    "\n"
+    "File names in commands and scripts (and script names here) are looked up in the\n"
+    "current directory first, then in the program folder; a parameter in double quotes may\n"
+    "hold blanks and commas (_save \"my file.hex\").\n"
     "\n"
     "  --home DIR       program folder (default: $VELMORA_HOME, else the program's folder)\n"
     "  --port NAME      COM1..COM4, a device such as /dev/ttyUSB0 or /dev/pts/3, or virtual\n"
-    "                   (the built-in virtual board)\n"
-    "  --baud N         baud rate\n"
+    "                   (the built-in virtual board); for this run only\n"
+    "  --baud N         baud rate, for this run only\n"
     "  --no-save        do not write default.ini when the run ends\n"
     "  --no-questions   a question or input box fails the run instead of being answered\n"
     "  -i               read command lines from standard input; target output is shown as\n"
     "                   it arrives; end with end-of-file or _quit\n"
     "  -c LINE          run one command line\n"
     "  --disassemble    at the end, print the disassembly listing of the selections\n"
+    "  --version        print the version and end\n"
+    "  -h, --help       print this text and end\n"
+    "  --               ends the options: every later argument is a script name\n"
     "\n"
-    "Exit status: 0 all succeeded, 1 something failed, 2 bad usage.\n";
+    "Exit status: 0 all succeeded, 1 a command failed or an *ERROR line was written,\n"
+    "2 bad usage.\n";
 
 struct Item {
   bool isLine;
@@ -63,23 +73,34 @@ struct Options {
   std::vector<Item> items;
 };
 
-bool parse(int argc, char** argv, Options& options) {
+// A word the runner does not understand; main prints it before the usage.
+struct UsageError {
+  std::string what;
+};
+
+std::optional<UsageError> parse(int argc, char** argv, Options& options) {
+  bool optionsEnded = false;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
+    std::string text;
     const auto value = [&](std::string& out) {
       if (i + 1 >= argc) return false;
       out = argv[++i];
       return true;
     };
-    std::string text;
-    if (arg == "--home") {
-      if (!value(options.home)) return false;
+    const auto missing = [&] { return UsageError{arg + " needs a value"}; };
+    if (optionsEnded || arg.empty() || arg[0] != '-' || arg == "-") {
+      options.items.push_back({false, arg});
+    } else if (arg == "--") {
+      optionsEnded = true;
+    } else if (arg == "--home") {
+      if (!value(options.home)) return missing();
     } else if (arg == "--port") {
-      if (!value(options.port)) return false;
+      if (!value(options.port)) return missing();
     } else if (arg == "--baud") {
-      if (!value(text)) return false;
+      if (!value(text)) return missing();
       options.baud = std::atoi(text.c_str());
-      if (options.baud <= 0) return false;
+      if (options.baud <= 0) return UsageError{"--baud needs a baud rate above 0, not " + text};
     } else if (arg == "--no-save") {
       options.noSave = true;
     } else if (arg == "--no-questions") {
@@ -89,18 +110,19 @@ bool parse(int argc, char** argv, Options& options) {
     } else if (arg == "-i") {
       options.interactive = true;
     } else if (arg == "-c") {
-      if (!value(text)) return false;
+      if (!value(text)) return missing();
       options.items.push_back({true, text});
     } else if (arg == "--help" || arg == "-h") {
       std::fputs(kUsage, stdout);
       std::exit(0);
-    } else if (!arg.empty() && arg[0] == '-') {
-      return false;
+    } else if (arg == "--version") {
+      std::printf("velmora-cli %s\n", VELMORA_VERSION);
+      std::exit(0);
     } else {
-      options.items.push_back({false, arg});
+      return UsageError{"unknown option " + arg};
     }
   }
-  return true;
+  return std::nullopt;
 }
 
 // Prints closed lines at once and, in interactive use, the open line as it grows.
@@ -125,23 +147,19 @@ class LinePrinter {
   size_t printed_ = 0;
 };
 
-// A script named on the command line: the current directory first, then the program folder.
-std::string scriptPath(const std::string& name, Session& session) {
-  std::error_code error;
-  if (std::filesystem::exists(name, error)) return std::filesystem::absolute(name).string();
-  return session.Resolve(name).string();
-}
-
 bool runItem(const Item& item, Session& session) {
   if (item.isLine) return velmora::EnterCommandLine(session, item.text) == 0;
-  const std::string path = scriptPath(item.text, session);
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) {
+  // A script named here: the current directory first, then the program folder; the
+  // lookup names the paths it tried when there is none.
+  const auto path = session.interpreter().LookUpFile(item.text);
+  if (!path) {
     session.frontend().MessageBox("Illegal startup parameters", velmora::BoxButtons::Ok,
                                   velmora::BoxIcon::Critical, {});
     return false;
   }
-  return session.interpreter().ExecuteScript(path) == velmora::ScriptOutcome::Succeeded;
+  const auto outcome =
+      session.interpreter().ExecuteScript(std::filesystem::absolute(*path).string());
+  return outcome == velmora::ScriptOutcome::Succeeded || outcome == velmora::ScriptOutcome::Quit;
 }
 
 // Reads command lines from standard input while serving the port between them.
@@ -155,7 +173,8 @@ bool interactive(Session& session) {
       const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
       if (got <= 0) break;
       pending.append(buffer, static_cast<size_t>(got));
-      for (size_t end; (end = pending.find('\n')) != std::string::npos;) {
+      for (size_t end;
+           !session.QuitRequested() && (end = pending.find('\n')) != std::string::npos;) {
         std::string line = pending.substr(0, end);
         pending.erase(0, end + 1);
         if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -171,7 +190,8 @@ bool interactive(Session& session) {
 
 int main(int argc, char** argv) {
   Options options;
-  if (!parse(argc, argv, options)) {
+  if (const auto error = parse(argc, argv, options)) {
+    std::fprintf(stderr, "velmora-cli: %s\n", error->what.c_str());
     std::fputs(kUsage, stderr);
     return 2;
   }
@@ -189,17 +209,16 @@ int main(int argc, char** argv) {
   session.log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
   frontend.SetIdleHandler([&] { printer.Open(session.log.List().OpenLine()); });
 
+  // A terminal user names files as a shell does: here first, quoted when they hold blanks.
+  session.interpreter().SetConventions({velmora::RelativeNames::CurrentDirectoryFirst, true});
+
   velmora::StartupOptions startup;
   startup.extractor = std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "velmora-extract";
+  startup.port = options.port;
+  startup.baud = options.baud;
   bool ok = velmora::Startup(session, startup);
 
-  auto& com = session.settings.communication;
-  if (!options.port.empty() || options.baud > 0) {
-    if (!options.port.empty()) com.SetPort(options.port);
-    if (options.baud > 0) com.baudRate = options.baud;
-    session.link().ClosePort();
-    session.link().EnsurePortOpen();
-  }
+  const auto& com = session.settings.communication;
   // Only a person at a real board can be asked to press its reset button.
   frontend.SetWaitForUser(::isatty(STDIN_FILENO) && !options.interactive &&
                           com.PortText() != "virtual");
@@ -208,6 +227,12 @@ int main(int argc, char** argv) {
   // of the one before; any failure makes the exit status 1.
   for (const Item& item : options.items) {
     if (session.QuitRequested()) break;
+    // Ctrl-C stops the run's list as it stops a script: nothing after it starts.
+    if (velmora::ConsoleFrontend::Interrupts() > 0) {
+      std::fputs("Interrupted: the remaining items are not run.\n", stderr);
+      ok = false;
+      break;
+    }
     ok = runItem(item, session) && ok;
   }
   if (ok && options.interactive) ok = interactive(session);
@@ -221,5 +246,8 @@ int main(int argc, char** argv) {
   }
   velmora::Quit(session, !options.noSave);
   if (frontend.QuestionRefused()) ok = false;
+  // Whatever wrote it, an error line means the run did not go as it should.
+  if (session.log.ErrorLineCount() > 0 || session.log.List().OpenLine().starts_with("*ERROR"))
+    ok = false;
   return ok ? 0 : 1;
 }

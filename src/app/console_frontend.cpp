@@ -1,9 +1,12 @@
 #include "app/console_frontend.h"
 
+#include <poll.h>
+#include <unistd.h>
 #include <QCoreApplication>
+
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <iostream>
 #include <thread>
 
 #include "link/bootstrap.h"
@@ -35,6 +38,21 @@ std::string printable(std::string_view text) {
 
 }  // namespace
 
+// Reads standard input up to the end of a line. False when a Ctrl-C came after the count
+// given or the input ended; the interrupt stays counted, so the next pass of the event
+// loop also asks the running script to stop.
+bool ConsoleFrontend::waitForEnter(int interruptsBefore) {
+  while (gInterrupts.load() == interruptsBefore) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (::poll(&input, 1, 50) <= 0) continue;
+    char ch = 0;
+    const ssize_t got = ::read(STDIN_FILENO, &ch, 1);
+    if (got == 0 || (got < 0 && errno != EINTR && errno != EAGAIN)) return false;
+    if (got == 1 && ch == '\n') return true;
+  }
+  return false;
+}
+
 void ConsoleFrontend::InstallInterruptHandler() {
   struct sigaction action {};
   action.sa_handler = onInterrupt;
@@ -53,9 +71,15 @@ BoxAnswer ConsoleFrontend::MessageBox(std::string_view text, BoxButtons buttons,
     return buttons == BoxButtons::YesNo ? BoxAnswer::No : BoxAnswer::Cancel;
   }
   if (policy_.waitForUser && asksToAct(text)) {
+    // Counted before the prompt shows, so that a Ctrl-C typed at once is not missed.
+    const int interruptsBefore = gInterrupts.load();
     std::fprintf(stderr, "[press Enter to go on]\n");
-    std::string ignored;
-    std::getline(std::cin, ignored);
+    if (!waitForEnter(interruptsBefore)) {
+      // Ctrl-C (or the end of input) at the prompt: the person does not want to go on, so
+      // even an OK box is closed as cancelled and what it guards does not happen.
+      std::fprintf(stderr, "[cancelled]\n");
+      return BoxAnswer::Cancel;
+    }
   }
   return buttons == BoxButtons::YesNo ? BoxAnswer::Yes : BoxAnswer::Ok;
 }

@@ -46,6 +46,8 @@ class ConsoleFrontend : public Frontend {
   static int Interrupts();
 
  private:
+  bool waitForEnter(int interruptsBefore);
+
   ConsolePolicy policy_;
   Session* session_ = nullptr;
   bool questionRefused_ = false;

@@ -37,14 +37,15 @@ std::optional<int32_t> hexParameter(CommandCall& call, size_t index) {
   return value;
 }
 
-// A file that must exist, taken in the program folder unless it names a drive or root.
+// A file that must exist, looked up as the interpreter's conventions say; the lookup
+// names the paths it tried when there is none.
 std::optional<std::string> existingFile(Interpreter& in, CommandCall& call, size_t index) {
-  const std::string path = ResolveStoredPath(ctx(in).programFolder, call.parameters[index]).string();
-  if (!FileExists(path, false, ctx(in).frontend)) {
+  const auto path = in.LookUpFile(call.parameters[index]);
+  if (!path) {
     call.general = kIllegalParameters;
     return std::nullopt;
   }
-  return path;
+  return path->string();
 }
 
 void fail(CommandCall& call, bool failed, int16_t code) {
@@ -64,12 +65,9 @@ bool targetConnected(Interpreter& in, CommandCall& call) {
 
 void load(Interpreter& in, CommandCall& call) {
   if (!call.CountIn(1, 1)) return;
-  const std::string path = ResolveStoredPath(ctx(in).programFolder, call.parameters[0]).string();
-  if (!FileExists(path, false, ctx(in).frontend)) {
-    ctx(in).log.WriteLine("*ERROR: file " + call.parameters[0] + " not found !");
-    call.general = kIllegalParameters;
-    return;
-  }
+  const auto found = existingFile(in, call, 0);
+  if (!found) return;
+  const std::string& path = *found;
   call.general = kRan;
   const HexReadResult result = HexRead(path, ctx(in).image, ctx(in).selections, ctx(in).log);
   ctx(in).log.WriteLine("*Load: " + std::to_string(ctx(in).selections.ByteCount()) + " bytes loaded");
@@ -90,7 +88,12 @@ void save(Interpreter& in, CommandCall& call) {
     else if (format == 0x20) format = 4;
   }
   call.general = kRan;
-  const std::string path = ResolveStoredPath(ctx(in).programFolder, call.parameters[0]).string();
+  const std::string path = in.TargetFile(call.parameters[0]).string();
+  if (const FileProblem problem = WriteProblem(path); problem != FileProblem::None) {
+    ctx(in).log.WriteLine(FileProblemLine(path, problem));
+    call.failure = -2;
+    return;
+  }
   ctx(in).frontend.SetBusy(true);
   const HexWriteStatus status =
       HexWriteSelections(path, recordSize, format, ctx(in).image, ctx(in).selections, ctx(in).log);
@@ -428,9 +431,7 @@ const CommandSpec kCommands[] = {
     {"_showselections", showSelections},
     {"_quit",
      [](Interpreter& in, CommandCall& call) {
-       simple(call, [&] {
-         if (in.context().quit) in.context().quit();
-       });
+       simple(call, [&] { in.RequestQuit(); });
      }},
     {"_disconnect", disconnect},
     {"_refreshsfr",

@@ -6,6 +6,7 @@
 
 #include "commands/command_line.h"
 #include "commands/command_set.h"
+#include "core/file_exists.h"
 #include "core/frontend.h"
 #include "core/hex_text.h"
 #include "core/paths.h"
@@ -21,7 +22,7 @@ Interpreter::Interpreter(CommandContext context) : context_(std::move(context)) 
 int16_t Interpreter::ExecuteCommand(std::string_view line) {
   MessageLog& log = link().context().log;
   log.WriteLine(">" + std::string(line));
-  SplitLine split = SplitCommandLine(line);
+  SplitLine split = SplitCommandLine(line, conventions_.quotedParameters);
   CommandCall call;
   call.parameters = std::move(split.parameters);
   if (split.tooManyParameters) {
@@ -50,6 +51,38 @@ int16_t Interpreter::ExecuteCommand(std::string_view line) {
   return static_cast<int16_t>(call.general + call.failure);
 }
 
+std::optional<std::filesystem::path> Interpreter::LookUpFile(std::string_view name) {
+  const auto candidates =
+      CandidatePaths(link().context().programFolder, name, conventions_.relativeNames);
+  for (const auto& path : candidates) {
+    const FileProblem problem = ReadProblem(path);
+    if (problem == FileProblem::None) return path;
+    // A name that is there but cannot be read hides the candidates after it.
+    if (problem != FileProblem::NotFound) {
+      link().context().log.WriteLine(FileProblemLine(path, problem));
+      return std::nullopt;
+    }
+  }
+  for (const auto& path : candidates)
+    link().context().log.WriteLine(FileProblemLine(path, FileProblem::NotFound));
+  return std::nullopt;
+}
+
+std::filesystem::path Interpreter::TargetFile(std::string_view name) const {
+  const auto candidates =
+      CandidatePaths(context_.link.context().programFolder, name, conventions_.relativeNames);
+  for (const auto& path : candidates) {
+    std::error_code error;
+    if (std::filesystem::exists(std::filesystem::symlink_status(path, error))) return path;
+  }
+  return candidates.front();
+}
+
+void Interpreter::RequestQuit() {
+  quitRequested_ = true;
+  if (context_.quit) context_.quit();
+}
+
 void Interpreter::Delay(int64_t seconds) {
   using Clock = std::chrono::steady_clock;
   const auto until = Clock::now() + std::chrono::seconds(std::max<int64_t>(seconds, 0));
@@ -62,24 +95,28 @@ void Interpreter::Delay(int64_t seconds) {
 }
 
 ScriptOutcome Interpreter::ExecuteScript(const std::string& file) {
+  if (quitRequested_) return ScriptOutcome::Quit;
   MessageLog& log = link().context().log;
-  const std::string path = ResolveStoredPath(link().context().programFolder, file).string();
   if (scriptDepth_ >= kMaxScriptNesting) {
     log.WriteLine("*ERROR: Scripts call each other more than " + std::to_string(kMaxScriptNesting) +
                   " deep");
     return ScriptOutcome::NotFound;
   }
+  const auto found = LookUpFile(file);
+  const std::string path =
+      (found ? *found : ResolveStoredPath(link().context().programFolder, file)).string();
   if (context_.setLastScriptFile) context_.setLastScriptFile(path);
   scriptAbort_ = false;
   TextLineReader reader(path);
-  if (!reader.IsOpen()) {
+  if (!found || !reader.IsOpen()) {
     log.WriteLine("*ERROR: Script File not found");
     return ScriptOutcome::NotFound;
   }
   std::vector<std::string> lines;
   std::string_view raw;
   while (reader.Next(raw)) {
-    const std::string cleaned = CleanLine(raw.substr(0, raw.find(';')));
+    const std::string cleaned =
+        CleanLine(raw.substr(0, raw.find(';')), conventions_.quotedParameters);
     if (cleaned.empty()) continue;
     if (static_cast<int>(lines.size()) == kMaxScriptLines) {
       log.WriteLine("*ERROR: Script longer than " + std::to_string(kMaxScriptLines) + " lines");
@@ -184,7 +221,9 @@ ScriptOutcome Interpreter::runScript(const std::vector<std::string>& lines) {
         ++current;
       }
     } else {
-      if (ExecuteCommand(line) != 0) {
+      const int16_t status = ExecuteCommand(line);
+      if (quitRequested_) return ScriptOutcome::Quit;
+      if (status != 0) {
         log.WriteLine("*ERROR: Script aborted");
         for (size_t j = 0; j < loops.size(); ++j) {
           log.WriteLine("*ERROR: Loop Counter (" + std::to_string(j + 1) + ") at " +

@@ -4,12 +4,15 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "commands/target_setup.h"
+#include "core/paths.h"
 #include "formats/controller_types.h"
 
 namespace velmora {
@@ -28,7 +31,16 @@ struct CommandContext {
   std::function<void(const std::string&)> setLastScriptFile;
 };
 
-enum class ScriptOutcome { Succeeded, Aborted, Failed, NotFound };
+// Quit: a _quit in the script (or a sub-script) ended it, and with it the program.
+// How command lines are read. The desktop program keeps the language's own rules; the
+// headless runner turns on what a terminal user expects.
+struct CommandConventions {
+  RelativeNames relativeNames = RelativeNames::InProgramFolder;
+  // A parameter in double quotes is taken whole, commas and blanks included, without them.
+  bool quotedParameters = false;
+};
+
+enum class ScriptOutcome { Succeeded, Aborted, Failed, NotFound, Quit };
 
 inline constexpr int kScriptVariables = 100;
 inline constexpr int kMaxScriptLines = 1001;
@@ -65,6 +77,19 @@ class Interpreter {
   void RequestAbort() { scriptAbort_ = true; }
   bool AbortRequested() const { return scriptAbort_; }
 
+  // _quit: the program ends; no script line runs after it, also not in a calling script.
+  void RequestQuit();
+  bool QuitRequested() const { return quitRequested_; }
+
+  const CommandConventions& conventions() const { return conventions_; }
+  void SetConventions(CommandConventions conventions) { conventions_ = conventions; }
+  // A file a command or script reads, by the name it was given: the first of its
+  // candidate paths that exists. Nullopt when it cannot be read; an error line then names
+  // each path tried and the cause.
+  std::optional<std::filesystem::path> LookUpFile(std::string_view name);
+  // A file a command writes: the first candidate that exists, else the first candidate.
+  std::filesystem::path TargetFile(std::string_view name) const;
+
   std::array<int32_t, kScriptVariables>& variables() { return variables_; }
   CommandContext& context() { return context_; }
   Link& link() { return context_.link; }
@@ -92,8 +117,10 @@ class Interpreter {
   ScriptOutcome runScript(const std::vector<std::string>& lines);
 
   CommandContext context_;
+  CommandConventions conventions_;
   std::array<int32_t, kScriptVariables> variables_{};
   bool scriptAbort_ = false;
+  bool quitRequested_ = false;
   int scriptDepth_ = 0;
 };
 

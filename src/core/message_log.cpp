@@ -41,9 +41,7 @@ MessageLog::MessageLog(std::string logPath) : logPath_(std::move(logPath)) {}
 
 void MessageLog::Text2Buffer(std::string_view text) {
   const auto closed = list_.Append(text);
-  if (observer_) {
-    for (const auto& line : closed) observer_(line);
-  }
+  for (const auto& line : closed) lineClosed(line);
   if (!LoggingOn() || closed.empty()) return;
   std::string lines;
   for (const auto& line : closed) {
@@ -96,7 +94,12 @@ void MessageLog::reportLogFailure() {
   logFailureReported_ = true;
   std::string line = "*ERROR: Cannot write log file " + logPath_;
   line += NewLine();
-  list_.Append(line);
+  for (const auto& closed : list_.Append(line)) lineClosed(closed);
+}
+
+void MessageLog::lineClosed(const std::string& line) {
+  if (line.starts_with("*ERROR")) ++errorLines_;
+  if (observer_) observer_(line);
 }
 
 }  // namespace velmora

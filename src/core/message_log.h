@@ -24,6 +24,9 @@ class MessageLog {
   // Called with every line as soon as it is closed (the headless runner prints them).
   void SetLineObserver(std::function<void(const std::string&)> observer) { observer_ = std::move(observer); }
 
+  // Closed lines beginning with "*ERROR" so far: the headless runner fails its run on any.
+  int ErrorLineCount() const { return errorLines_; }
+
   const MessageList& List() const { return list_; }
   MessageList& List() { return list_; }
 
@@ -42,12 +45,14 @@ class MessageLog {
 
  private:
   bool appendToLog(const std::string& lines);
+  void lineClosed(const std::string& line);
   void reportLogFailure();
 
   MessageList list_;
   int32_t logEnable_ = 0;
   std::string logPath_;
   bool logFailureReported_ = false;
+  int errorLines_ = 0;
   std::function<void(const std::string&)> observer_;
 };
 

@@ -6,7 +6,8 @@
 namespace velmora {
 
 int16_t EnterCommandLine(Session& session, std::string_view text) {
-  if (text.empty()) return 0;
+  // After _quit nothing more runs, whatever is still queued.
+  if (text.empty() || session.QuitRequested()) return 0;
   if (text[0] == '_') return session.interpreter().ExecuteCommand(text);
   Link& link = session.link();
   if (!link.EnsurePortOpen()) return 0;

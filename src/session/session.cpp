@@ -20,9 +20,13 @@ Session::Session(Frontend& frontend, std::filesystem::path programFolder, PortFa
       port_([this](const std::string& device) { return makePort(device); }),
       link_(port_, LinkContext{settings, image, selections, log, frontend, registers, monitorArea,
                                programFolder_}),
-      interpreter_(CommandContext{link_, controllerTypes, clipboard, resetConfig,
-                                  [this] { quitRequested_ = true; },
-                                  [this](const std::string& file) { SetLastScriptFile(settings.files, file); }}),
+      interpreter_(CommandContext{
+          link_,
+          controllerTypes,
+          clipboard,
+          resetConfig,
+          {},
+          [this](const std::string& file) { SetLastScriptFile(settings.files, file); }}),
       debugger_(link_, decoder) {
   image.InitImage();
   SetDefaultPreferences(settings, UserHomeFolder());

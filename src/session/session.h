@@ -19,6 +19,7 @@
 #include "formats/register_table.h"
 #include "link/link.h"
 #include "link/port_selector.h"
+#include "session/one_run_settings.h"
 
 namespace velmora {
 
@@ -47,6 +48,8 @@ class Session {
   // The session's clipboard; the desktop application mirrors it to the system's.
   std::string clipboard;
   ResetConfiguration resetConfig;
+  // --port and --baud of this run, kept out of the saved preferences.
+  OneRunSettings oneRun;
   OpcodeTable opcodes;
   // Names registers from `registers`: call decoder.RegistersChanged() after reading them.
   InstructionDecoder decoder{opcodes, registers};
@@ -58,8 +61,8 @@ class Session {
   // The board behind "virtual" while that port is in use, for tests and demonstrations.
   class Board* virtualBoard() { return virtualBoard_; }
 
-  // _quit or the end of the run asked the program to end.
-  bool QuitRequested() const { return quitRequested_; }
+  // _quit asked the program to end.
+  bool QuitRequested() const { return interpreter_.QuitRequested(); }
 
  private:
   std::unique_ptr<SerialPort> makePort(const std::string& device);
@@ -72,7 +75,6 @@ class Session {
   Link link_;
   Interpreter interpreter_;
   Debugger debugger_;
-  bool quitRequested_ = false;
 };
 
 // The folder of the program's files: --home, else VELMORA_HOME, else the executable's.

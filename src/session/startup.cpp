@@ -11,6 +11,7 @@
 #include "core/frontend.h"
 #include "disasm/opcode_table.h"
 #include "formats/controller_types.h"
+#include "formats/preferences_file.h"
 #include "session/preferences.h"
 #include "session/session.h"
 
@@ -31,8 +32,10 @@ bool readable(const std::filesystem::path& path) {
 pid_t startExtractor(const std::filesystem::path& extractor, const std::filesystem::path& folder) {
   std::string program = extractor.string();
   std::string flag = "-y";
+  std::string endOfOptions = "--";
   std::string target = folder.string();
-  std::vector<char*> argv = {program.data(), flag.data(), target.data(), nullptr};
+  std::vector<char*> argv = {program.data(), flag.data(), endOfOptions.data(), target.data(),
+                             nullptr};
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
@@ -75,6 +78,7 @@ bool Startup(Session& session, const StartupOptions& options) {
   session.link().SetState(TargetState::NotConnected);
   LoadControllerTypes(database.string(), session.programFolder(), session.controllerTypes, session.log);
   LoadPreferences(session, (session.programFolder() / "default.ini").string());
+  session.oneRun.Apply(session.settings.communication, options.port, options.baud);
   session.image.InitImage();
   session.link().EnsurePortOpen();
   LoadOpcodeTable((session.programFolder() / "CMDDEF" / "command.cmd").string(), session.opcodes, session.log);
@@ -85,7 +89,10 @@ bool Startup(Session& session, const StartupOptions& options) {
 
 void Quit(Session& session, bool savePreferences) {
   session.link().ClosePort();
-  if (savePreferences) SavePreferences(session, (session.programFolder() / "default.ini").string());
+  if (!savePreferences) return;
+  Settings saved = session.settings;
+  saved.communication = session.oneRun.ToSave(session.settings.communication);
+  SavePreferences((session.programFolder() / "default.ini").string(), saved, session.log);
 }
 
 }  // namespace velmora

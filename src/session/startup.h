@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -17,6 +18,9 @@ struct StartupOptions {
   // The program that unpacks the shipped files into an empty program folder.
   std::filesystem::path extractor;
   std::chrono::milliseconds extractionWait = kExtractionWait;
+  // For this run only, in force before the port is first opened (empty / 0: the file's).
+  std::string port = {};
+  int32_t baud = 0;
 };
 
 // Extraction when the controller database is missing, the database, the default
@@ -25,7 +29,8 @@ struct StartupOptions {
 // filled (the error line says why); start-up still leaves a usable session.
 bool Startup(Session& session, const StartupOptions& options);
 
-// Closes the port and, unless told not to, writes the default preferences.
+// Closes the port and, unless told not to, writes the default preferences (with the
+// port and baud rate the file had when they were given for this run only).
 void Quit(Session& session, bool savePreferences);
 
 }  // namespace velmora

@@ -3,14 +3,21 @@
 // and standard output holding exactly the message lines.
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <QProcess>
 #include <QStringList>
+
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "link/transport.h"
 #include "program_folder.h"
 #include "recording_frontend.h"
 #include "session/session.h"
@@ -145,6 +152,18 @@ TEST_F(CliRun, ExitStatusAndOutputOfTheRuns) {
   workDir.Write("which.scm", "_assign %3=C\r\n");
   home.folder().Write("which.scm", "_assign %3=F\r\n");
   home.folder().Write("only_home.scm", "_assign %4=F\r\n");
+  workDir.Write("quits.scm", "_assign %1=1\r\n_quit\r\n_foo\r\n");
+  workDir.Write("my data, v2.hex", ":0400000001020304F2\r\n:00000001FF\r\n");
+  fs::create_directory(workDir.path() / "d.hex");  // a short name: long lines wrap
+  // Each path a missing name was looked for in, with the cause.
+  const auto notFound = [&](const std::string& name) {
+    return Lines{"*ERROR: file " + (workDir.path() / name).string() + " not found !",
+                 "*ERROR: file " + (home.path() / name).string() + " not found !"};
+  };
+  const auto with = [](Lines head, const Lines& tail) {
+    head.insert(head.end(), tail.begin(), tail.end());
+    return head;
+  };
   // clang-format off
   const RunRow rows[] = {
       {{"-c", "_foo"}, 1, {">_foo", "*ERROR: Illegal command"}},
@@ -152,15 +171,33 @@ TEST_F(CliRun, ExitStatusAndOutputOfTheRuns) {
       {{"-c", "_assign %1=0", "first.scm", "-c", "_cond %1=1", "second.scm"}, 0,
        {">_assign %1=0", ">_assign %1=1", kSucceeded, ">_cond %1=1", ">_assign %2=2", kSucceeded}},
       {{"which.scm", "only_home.scm"}, 0, {">_assign %3=C", kSucceeded, ">_assign %4=F", kSucceeded}},
-      {{"seocnd.scm", "first.scm"}, 1, {">_assign %1=1", kSucceeded}, "Illegal startup parameters"},
+      {{"seocnd.scm", "first.scm"}, 1, with(notFound("seocnd.scm"), {">_assign %1=1", kSucceeded}),
+       "Illegal startup parameters"},
+      {{"--", "-c"}, 1, notFound("-c"), "Illegal startup parameters"},
+      // A sub-script's failure leaves the caller's status 0; its error lines fail the run.
+      {{"-c", "_executescript fails.scm"}, 1,
+       {">_executescript fails.scm", ">_assign %1=1", ">_load", "*ERROR: Illegal number of parameters", "*ERROR: Script aborted"}},
+      // File names: the current directory first, in quotes with blanks and commas.
+      {{"-c", "_load \"my data, v2.hex\"", "-c", "_save \"copy, 2.hex\""}, 0,
+       {">_load \"my data, v2.hex\"", "*Load: 4 bytes loaded", ">_save \"copy, 2.hex\"", "*SaveAs: selection written to file"}},
+      {{"-c", "_load nothere.hex"}, 1, with({">_load nothere.hex"}, with(notFound("nothere.hex"), {"*ERROR: Illegal parameters"}))},
+      {{"-c", "_load d.hex"}, 1,
+       {">_load d.hex", "*ERROR: file " + workDir.File("d.hex") + " is a directory !", "*ERROR: Illegal parameters"}},
+      {{"-c", "_addselection 0,3", "-c", "_save d.hex"}, 1,
+       {">_addselection 0,3", ">_save d.hex", "*ERROR: file " + workDir.File("d.hex") + " is a directory !"}},
       {{"-c", ":414243", "-c", "Hello"}, 0, {"-> SENDING: 41", "-> SENDING: 42", "-> SENDING: 43", "-> SENDING: Hello"}},
+      // _quit ends the run there: in a -c line, a script, a sub-script and piped input.
       {{"-c", "_quit", "-c", "_foo"}, 0, {">_quit"}},
+      {{"quits.scm", "-c", "_foo"}, 0, {">_assign %1=1", ">_quit"}},
+      {{"-c", "_executescript quits.scm", "-c", "_foo"}, 0, {">_executescript quits.scm", ">_assign %1=1", ">_quit"}},
+      {{"-i"}, 0, {">_quit"}, "", "_quit\n_foo\n"},
       {{"-i"}, 1, {">_assign %1=5", ">_cond %1=5", "-> SENDING: 41", ">_foo", "*ERROR: Illegal command"}, "",
        "_assign %1=5\n_cond %1=5\r\n:41\n_foo\n"},
       // Bad usage: nothing runs.
-      {{"--bogus"}, 2, {}, "usage: velmora-cli"},
-      {{"-c"}, 2, {}, "usage: velmora-cli"},
+      {{"--bogus"}, 2, {}, "velmora-cli: unknown option --bogus\nusage: velmora-cli"},
+      {{"-c"}, 2, {}, "velmora-cli: -c needs a value\nusage: velmora-cli"},
       {{"--baud", "fast"}, 2, {}, "usage: velmora-cli"},
+      {{"--version"}, 0, {"velmora-cli 0.1.0"}},
   };
   // clang-format on
   for (const RunRow& row : rows) {
@@ -171,17 +208,103 @@ TEST_F(CliRun, ExitStatusAndOutputOfTheRuns) {
     EXPECT_EQ(run.out, row.out);
     EXPECT_NE(run.err.find(row.err), std::string::npos) << run.err;
   }
+  EXPECT_NE(test::ReadFile(workDir.File("copy, 2.hex")).find(":0400000001020304F2\r\n"),
+            std::string::npos);
 }
 
-TEST_F(CliRun, EndingTheRunWritesTheDefaultPreferencesUnlessToldNotTo) {
+// --port and --baud hold for one run: the port of default.ini is never opened, and neither
+// value reaches default.ini; what else changed (the recent scripts) is saved.
+TEST_F(CliRun, PortAndBaudOptionsHoldForOneRunOnly) {
   const std::string ini = (home.path() / "default.ini").string();
-  const std::string shipped = test::ReadFile(ini);
-  const Args baud = {"--home", home.path().string(), "--port", "virtual", "--baud", "19200"};
-  EXPECT_EQ(RunCli(baud + Args{"--no-save", "-c", "_clearselections"}, workDir.path()).exitCode, 0);
-  EXPECT_EQ(test::ReadFile(ini), shipped);
-  EXPECT_EQ(RunCli(baud + Args{"-c", "_quit"}, workDir.path()).exitCode, 0);
-  EXPECT_NE(test::ReadFile(ini).find("BAUDRATE=19200"), std::string::npos);
-  EXPECT_EQ(shipped.find("BAUDRATE=19200"), std::string::npos);
+  std::string shipped = test::ReadFile(ini);
+  const auto portName = shipped.find("PORTNAME=virtual");
+  ASSERT_NE(portName, std::string::npos);
+  home.folder().Write("default.ini", shipped.replace(portName, 16, "PORTNAME=/dev/velmora-none"));
+  const std::string before = test::ReadFile(ini);
+  workDir.Write("first.scm", "_assign %1=1\r\n");
+  const Args once = {"--home", home.path().string(), "--port", "virtual", "--baud", "19200"};
+
+  const CliResult kept = RunCli(once + Args{"--no-save", "-c", "_clearselections"}, workDir.path());
+  EXPECT_EQ(kept.exitCode, 0) << kept.err;
+  EXPECT_EQ(kept.err.find(kPortInUseMessage), std::string::npos) << kept.err;
+  EXPECT_EQ(test::ReadFile(ini), before);
+
+  const CliResult saved = RunCli(once + Args{"first.scm", "-c", "_quit"}, workDir.path());
+  EXPECT_EQ(saved.exitCode, 0) << saved.err;
+  EXPECT_EQ(saved.err.find(kPortInUseMessage), std::string::npos) << saved.err;
+  const std::string after = test::ReadFile(ini);
+  EXPECT_NE(after.find("PORTNAME=/dev/velmora-none"), std::string::npos) << after;
+  EXPECT_EQ(after.find("BAUDRATE=19200"), std::string::npos) << after;
+  EXPECT_NE(after.find("LASTSCRIPTFILE0=" + workDir.File("first.scm")), std::string::npos) << after;
+}
+
+// An *ERROR line fails the run even when every command returned 0.
+TEST_F(CliRun, AnyErrorLineMakesTheExitStatusOne) {
+  // The board swallows its identification byte: the connection still comes up.
+  board.Stop();
+  std::string error;
+  ASSERT_TRUE(board.Start(VELMORA_BOARD_PROGRAM,
+                          {"--home", home.path().string(), "--drop-output", "0"},
+                          std::chrono::milliseconds(5000), error))
+      << error;
+  const CliResult noId =
+      RunCli(Base(board.DevicePath()) + Args{"--baud", "115200", "-c", "_connect"}, workDir.path());
+  EXPECT_NE(std::find(noId.out.begin(), noId.out.end(), "*ERROR: No ID Byte received"),
+            noId.out.end())
+      << ::testing::PrintToString(noId.out);
+  EXPECT_NE(std::find(noId.out.begin(), noId.out.end(), "*VelmoraKorda successfully launched"),
+            noId.out.end());
+  EXPECT_EQ(noId.exitCode, 1);
+
+  // Start-up without the opcode table says so and goes on.
+  fs::remove(home.path() / "CMDDEF" / "command.cmd");
+  const CliResult noOpcodes = RunCli(Base() + Args{"-c", "_clearselections"}, workDir.path());
+  EXPECT_EQ(noOpcodes.out.empty() ? "" : noOpcodes.out.front().substr(0, 12), "*ERROR: File");
+  EXPECT_EQ(noOpcodes.exitCode, 1);
+}
+
+// At a terminal the runner waits for Enter before the reset; Ctrl-C there cancels the box,
+// so nothing is sent to the board and nothing after it runs.
+TEST_F(CliRun, CtrlCAtTheResetPromptNeverConnects) {
+  const Args arguments =
+      Args{VELMORA_CLI_PROGRAM} + OnBoard() + Args{"-c", "_connect", "-c", "_program"};
+  std::vector<char*> argv;
+  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  const std::string folder = workDir.path().string();
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (::chdir(folder.c_str()) == 0) ::execv(argv[0], argv.data());
+    ::_exit(127);
+  }
+  // Everything the runner writes to its terminal, until it ends or the deadline passes.
+  std::string seen;
+  bool interrupted = false;
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (std::chrono::steady_clock::now() < until) {
+    pollfd output{terminal, POLLIN, 0};
+    if (::poll(&output, 1, 100) <= 0) continue;
+    char buffer[512];
+    const ssize_t got = ::read(terminal, buffer, sizeof buffer);
+    if (got <= 0) break;  // the runner ended: its side of the terminal is closed
+    seen.append(buffer, static_cast<size_t>(got));
+    if (!interrupted && seen.find("[press Enter to go on]") != std::string::npos) {
+      ASSERT_EQ(::write(terminal, "\x03", 1), 1);
+      interrupted = true;
+    }
+  }
+  int status = 0;
+  if (::waitpid(child, &status, WNOHANG) == 0) {
+    ::kill(child, SIGKILL);
+    ::waitpid(child, &status, 0);
+  }
+  ::close(terminal);
+  EXPECT_TRUE(interrupted) << seen;
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << seen;
+  EXPECT_EQ(seen.find("*send 0 Byte"), std::string::npos) << seen;
+  EXPECT_EQ(seen.find(">_program"), std::string::npos) << seen;
 }
 
 }  // namespace

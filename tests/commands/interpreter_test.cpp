@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@
 #include "session/session.h"
 #include "session/startup.h"
 #include "sim/board.h"
+#include "temp_folder.h"
 #include "wire_reader.h"
 
 namespace velmora {
@@ -80,6 +82,10 @@ class Interpreting : public ::testing::Test {
     const auto& all = session.virtualBoard()->received();
     return {all.begin() + static_cast<long>(std::exchange(seen_, all.size())), all.end()};
   }
+  // The line about a name missing from the program folder.
+  std::string NotFound(const std::string& name) const {
+    return "*ERROR: file " + (home.path() / name).string() + " not found !";
+  }
   int32_t& Variable(int index) {
     return session.interpreter().variables()[static_cast<size_t>(index)];
   }
@@ -106,11 +112,11 @@ TEST_F(Interpreting, StatusAndLinesOfACommand) {
       {"_foo", -1, {kIllegalCommand}},
       {"_load", -3, {kIllegalCount}},
       {"_loadx", -3, {kIllegalCount}},  // matched by the prefix of the whole line
-      {"_load missing.hex", -2, {"*ERROR: file missing.hex not found !", kIllegalParameters}},
+      {"_load missing.hex", -2, {NotFound("missing.hex"), kIllegalParameters}},
       {"_addselection 100,XYZ", -2, {kIllegalParameters}},
       {"_mov 100 ,5", -2, {kIllegalParameters}},    // the blank stays with the first parameter
       {"_movemonitor FC00", -15, {kNotConnected}},  // not _mov
-      {"_sendfile nothere.bin", -2, {kIllegalParameters}},  // not _send
+      {"_sendfile nothere.bin", -2, {NotFound("nothere.bin"), kIllegalParameters}},  // not _send
       {"_erase FLASH,3", -2, {kIllegalParameters}},
       {"_xorchecksum 10", -25, {kIllegalParameters}},  // widths are decimal
       {"_xorchecksum 16", 0, {"*Checksum: 0000  "}},
@@ -398,6 +404,70 @@ TEST_F(Interpreting, EscapeDuringADelayEndsTheScriptAfterTheDelay) {
   EXPECT_TRUE(frontend.Pressed());
   EXPECT_EQ(Variable(1), 0);
   EXPECT_EQ(TakeLines(), (Lines{">_delay 1", kAborted}));
+}
+
+// _quit ends the program: no later line runs, in the script, in a calling script, or after.
+TEST(Quitting, NoLineRunsAfterQuit) {
+  struct Case {
+    Lines script;
+    Lines sub;  // sub.scm
+  };
+  const Case kCases[] = {
+      {{"_assign %9=1", "_quit", "_assign %9=2"}, {}},
+      {{"DO", "_assign %9=%9+1", "IF %9=1", "_quit", "ENDIF", "LOOP UNTIL 3"}, {}},
+      {{"_assign %9=1", "_executescript sub.scm", "_assign %9=2"}, {"_quit", "_assign %9=3"}},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.script.back());
+    test::ProgramFolderCopy home;
+    test::RecordingFrontend frontend;
+    Session session(frontend, home.path());
+    ASSERT_TRUE(Startup(session, {}));
+    Lines lines;
+    session.log.SetLineObserver([&](const std::string& line) { lines.push_back(line); });
+    const auto write = [&](const std::string& name, const Lines& script) {
+      std::string text;
+      for (const auto& line : script) text += line + "\r\n";
+      home.folder().Write(name, text);
+    };
+    write("sub.scm", c.sub);
+    write("main.scm", c.script);
+    EXPECT_EQ(session.interpreter().ExecuteScript("main.scm"), ScriptOutcome::Quit);
+    EXPECT_EQ(session.interpreter().variables()[9], 1);
+    EXPECT_EQ(lines.back(), ">_quit");
+    EXPECT_TRUE(session.QuitRequested());
+    // Nor does anything queued after it.
+    EXPECT_EQ(EnterCommandLine(session, "_foo"), 0);
+    EXPECT_EQ(session.interpreter().ExecuteScript("main.scm"), ScriptOutcome::Quit);
+    EXPECT_EQ(lines.back(), ">_quit");
+  }
+}
+
+// The headless runner's conventions: a quoted parameter whole, names in the current
+// directory before the program folder.
+TEST_F(Interpreting, TerminalConventionsTakeQuotedNamesFromTheCurrentDirectory) {
+  session.interpreter().SetConventions({RelativeNames::CurrentDirectoryFirst, true});
+  test::TempFolder here;
+  const auto previous = std::filesystem::current_path();
+  std::filesystem::current_path(here.path());
+  // Inside quotes the blanks around the comma stay, in a script as on the command line.
+  here.Write("a, b.scm", "_sendfile  \"x , y\" \r\n");
+  here.Write("x , y", "xy");
+  Write("home.scm", {"_assign %8=1"});
+  Variable(8) = 0;
+  EXPECT_EQ(Run("_executescript \"a, b.scm\""), 0);
+  EXPECT_EQ(Run("_executescript home.scm"), 0);
+  EXPECT_EQ(Run("_sendfile \"x , y\" "), 0);
+  EXPECT_EQ(Run("_sendfile \"gone\""), -2);
+  std::filesystem::current_path(previous);
+  EXPECT_EQ(Variable(8), 1);
+  EXPECT_EQ(TakeSent(), (Bytes{'x', 'y', 'x', 'y'}));
+  const Lines lines = TakeLines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), kSucceeded), 2);
+  EXPECT_EQ(Lines(lines.end() - 4, lines.end()),
+            (Lines{">_sendfile \"gone\"",
+                   "*ERROR: file " + (here.path() / "gone").string() + " not found !",
+                   NotFound("gone"), kIllegalParameters}));
 }
 
 }  // namespace
