@@ -84,7 +84,8 @@ bool QtSerialPort::hungUp() {
   bool gone = port_->error() == QSerialPort::ResourceError;
   if (!gone && port_->handle() >= 0) {
     pollfd descriptor{static_cast<int>(port_->handle()), POLLIN, 0};
-    gone = poll(&descriptor, 1, 0) > 0 && (descriptor.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+    gone =
+        poll(&descriptor, 1, 0) > 0 && (descriptor.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
   }
   if (gone) fault_ = {PortProblem::HungUp, {}};
   return gone;

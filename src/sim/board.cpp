@@ -35,8 +35,8 @@ void Board::resetRegisters() {
 }
 
 Board::Footprint Board::footprint() const {
-  return {received_.size(), output_.size(), collected_.size(), loader_.size(), monitor_.size(),
-          routines_.size(),  faults_.Armed(),  memory_.AllocatedSegmentCount()};
+  return {received_.size(), output_.size(),   collected_.size(), loader_.size(),
+          monitor_.size(),  routines_.size(), faults_.Armed(),   memory_.AllocatedSegmentCount()};
 }
 
 uint16_t Board::ReadWord(int32_t address) {

@@ -138,8 +138,7 @@ TEST_F(Transfers, ABoardThatHangsUpEndsTheUploadAtOnce) {
   EXPECT_EQ(UploadSelections(*link), -1);
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   EXPECT_EQ(NewLines(),
-            (Texts{"*Upload:  1024 bytes ",
-                   "*ERROR: Port virtual: hung up, the device went away",
+            (Texts{"*Upload:  1024 bytes ", "*ERROR: Port virtual: hung up, the device went away",
                    "*ERROR: no data received"}));
   ASSERT_EQ(frontend.boxes.size(), boxes + 1);
   EXPECT_EQ(frontend.boxes.back().text, kPortInUseMessage);

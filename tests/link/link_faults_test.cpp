@@ -248,7 +248,8 @@ TEST_F(LinkFaults, ALateReplyIsNotTakenForTheNextAnswer) {
     Bytes answer;  // what the host reads from the line for it
   };
   const Row kRows[] = {
-      {"block read", [](Link& l) { return l.monitor().Cmd_Read(kBlock, 4); },
+      {"block read",
+       [](Link& l) { return l.monitor().Cmd_Read(kBlock, 4); },
        {0xAA, 0x11, 0x22, 0x33, 0x44, 0xEA, 0xAA, 0x44, 0xEA}},
       {"reconnect", [](Link& l) { return ReconnectTarget(l); }, {0xAA, 0xEA}},
       {"bootstrap",
