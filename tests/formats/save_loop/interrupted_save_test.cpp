@@ -78,6 +78,23 @@ std::string runOnce(const char* version, const TempFolder& root, const char* nam
   return ReadFile((folder / name).string());
 }
 
+// Anything in the folder besides the two files is a temporary file of the killed writer:
+// named after its target and the writer's process, never another name. Returns how many
+// there were, after removing them.
+int removeTemporariesOf(const std::filesystem::path& folder, pid_t pid) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    const std::string name = entry.path().filename().string();
+    if (name == kPreferencesName || name == kHexName) continue;
+    const bool ownTemporary = name == std::string(kPreferencesName) + ".tmp" + std::to_string(pid) ||
+                              name == std::string(kHexName) + ".tmp" + std::to_string(pid);
+    EXPECT_TRUE(ownTemporary) << "unexpected file " << name;
+    ++count;
+    std::filesystem::remove(entry.path());
+  }
+  return count;
+}
+
 TEST(InterruptedSave, EveryKillLeavesTheOldOrTheNewFileWhole) {
   TempFolder root;
   const std::map<std::string, std::vector<std::string>> versions = {
@@ -100,6 +117,9 @@ TEST(InterruptedSave, EveryKillLeavesTheOldOrTheNewFileWhole) {
     Writer first(folder.string());
     ASSERT_TRUE(first.Ready());
     saveTime = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);
+    const pid_t pid = first.Pid();
+    first.KillAndWait();
+    removeTemporariesOf(folder, pid);
   }
   std::mt19937 random(20240611);
   std::uniform_int_distribution<long> delay(0, 2 * saveTime.count());
@@ -123,17 +143,7 @@ TEST(InterruptedSave, EveryKillLeavesTheOldOrTheNewFileWhole) {
                                   << content.size() << " bytes)";
       ++seen[name][isOld ? 0 : 1];
     }
-    // Anything else in the folder is a temporary file of the killed writer: named after
-    // its target and the writer's process, never another name.
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-      const std::string name = entry.path().filename().string();
-      if (versions.count(name)) continue;
-      const bool ownTemporary = name == std::string(kPreferencesName) + ".tmp" + std::to_string(pid) ||
-                                name == std::string(kHexName) + ".tmp" + std::to_string(pid);
-      EXPECT_TRUE(ownTemporary) << "unexpected file " << name;
-      ++leftovers;
-      std::filesystem::remove(entry.path());
-    }
+    leftovers += removeTemporariesOf(folder, pid);
   }
   for (const auto& [name, counts] : seen) {
     std::printf("%s: old %d, new %d after %d kills\n", name.c_str(), counts[0], counts[1], kKills);
