@@ -24,13 +24,21 @@ void MemoryImage::SetByte(int32_t address, uint8_t value) {
   if (Segment* seg = segment(address)) seg->data[static_cast<size_t>(address & 0xFFFF)] = value;
 }
 
-uint8_t MemoryImage::GetByte(int32_t address) {
-  const Segment* seg = segment(address);
+const MemoryImage::Segment* MemoryImage::find(int32_t address) const {
+  if (!InRange(address)) {
+    ++rangeErrors_;
+    return nullptr;
+  }
+  return segments_[static_cast<size_t>(SegmentOf(address))].get();
+}
+
+uint8_t MemoryImage::GetByte(int32_t address) const {
+  const Segment* seg = find(address);
   return seg ? seg->data[static_cast<size_t>(address & 0xFFFF)] : 0;
 }
 
-uint8_t MemoryImage::flags(int32_t address) {
-  const Segment* seg = segment(address);
+uint8_t MemoryImage::flags(int32_t address) const {
+  const Segment* seg = find(address);
   return seg ? seg->state[static_cast<size_t>(address & 0xFFFF)] : 0;
 }
 
@@ -41,12 +49,32 @@ void MemoryImage::setFlag(int32_t address, uint8_t bit, bool on) {
   state = on ? static_cast<uint8_t>(state | bit) : static_cast<uint8_t>(state & ~bit);
 }
 
+void MemoryImage::countRangeError(int64_t first, int64_t last) const {
+  if (first < 0 || last > 0xFFFFFF) ++rangeErrors_;
+}
+
+template <typename Visit>
+void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) const {
+  if (count == 0) return;
+  const int64_t first = address;
+  const int64_t last = first + static_cast<int64_t>(count) - 1;
+  countRangeError(first, last);
+  int64_t at = std::max<int64_t>(first, 0);
+  const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
+  while (at <= end) {
+    const auto offset = static_cast<size_t>(at & 0xFFFF);
+    const size_t length = std::min<size_t>(kSegmentSize - offset, static_cast<size_t>(end - at + 1));
+    visit(segments_[static_cast<size_t>(at >> 16)].get(), offset, static_cast<size_t>(at - first), length);
+    at += static_cast<int64_t>(length);
+  }
+}
+
 template <typename Visit>
 void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) {
   if (count == 0) return;
   const int64_t first = address;
   const int64_t last = first + static_cast<int64_t>(count) - 1;
-  if (first < 0 || last > 0xFFFFFF) ++rangeErrors_;
+  countRangeError(first, last);
   int64_t at = std::max<int64_t>(first, 0);
   const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
   while (at <= end) {
@@ -74,17 +102,17 @@ void MemoryImage::StoreFromTarget(int32_t address, std::span<const uint8_t> byte
   });
 }
 
-void MemoryImage::ReadBytes(int32_t address, std::span<uint8_t> out) {
+void MemoryImage::ReadBytes(int32_t address, std::span<uint8_t> out) const {
   std::fill(out.begin(), out.end(), uint8_t{0});
-  forEachPiece(address, out.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
-    std::memcpy(out.data() + index, seg.data.data() + offset, n);
+  forEachPiece(address, out.size(), [&](const Segment* seg, size_t offset, size_t index, size_t n) {
+    if (seg) std::memcpy(out.data() + index, seg->data.data() + offset, n);
   });
 }
 
-void MemoryImage::ReadFlags(int32_t address, std::span<uint8_t> out) {
+void MemoryImage::ReadFlags(int32_t address, std::span<uint8_t> out) const {
   std::fill(out.begin(), out.end(), uint8_t{0});
-  forEachPiece(address, out.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
-    std::memcpy(out.data() + index, seg.state.data() + offset, n);
+  forEachPiece(address, out.size(), [&](const Segment* seg, size_t offset, size_t index, size_t n) {
+    if (seg) std::memcpy(out.data() + index, seg->state.data() + offset, n);
   });
 }
 

@@ -1,8 +1,10 @@
 // The host's copy of the target's 24-bit address space, with three flags per byte.
 //
-// Storage is 256 segments of 64 KB, allocated zero-filled on first access, so a run that
-// touches a few areas keeps a few segments. Addresses outside 0..FFFFFF are a caller's
-// mistake: writes store nothing, reads give 0, and RangeErrors() counts them.
+// Storage is 256 segments of 64 KB, allocated zero-filled on the first write, so a run that
+// touches a few areas keeps a few segments. Reads are const and allocate nothing: a byte of
+// a segment never written reads as 0 without flags, as a zero-filled segment would, so
+// painting or listing any range leaves the image as it was. Addresses outside 0..FFFFFF
+// are a caller's mistake: writes store nothing, reads give 0, and RangeErrors() counts them.
 #pragma once
 
 #include <array>
@@ -35,15 +37,15 @@ class MemoryImage {
   void InitImage();
 
   void SetByte(int32_t address, uint8_t value);
-  uint8_t GetByte(int32_t address);
+  uint8_t GetByte(int32_t address) const;
 
   void SetDefined(int32_t address, bool on) { setFlag(address, kDefined, on); }
-  bool IsDefined(int32_t address) { return (flags(address) & kDefined) != 0; }
+  bool IsDefined(int32_t address) const { return (flags(address) & kDefined) != 0; }
   void SetProtected(int32_t address, bool on) { setFlag(address, kProtected, on); }
-  bool IsProtected(int32_t address) { return (flags(address) & kProtected) != 0; }
+  bool IsProtected(int32_t address) const { return (flags(address) & kProtected) != 0; }
   void SetValid(int32_t address, bool on) { setFlag(address, kValid, on); }
-  bool IsValid(int32_t address) { return (flags(address) & kValid) != 0; }
-  uint8_t Flags(int32_t address) { return flags(address); }
+  bool IsValid(int32_t address) const { return (flags(address) & kValid) != 0; }
+  uint8_t Flags(int32_t address) const { return flags(address); }
 
   // Bulk forms for readers, writers and transfers. Each works segment by segment and
   // ignores the part of the range that lies outside the address space (counted as one
@@ -52,8 +54,8 @@ class MemoryImage {
   void StoreLoaded(int32_t address, std::span<const uint8_t> bytes);
   // Data written, `defined` and `valid` set: what reading from the target means.
   void StoreFromTarget(int32_t address, std::span<const uint8_t> bytes);
-  void ReadBytes(int32_t address, std::span<uint8_t> out);
-  void ReadFlags(int32_t address, std::span<uint8_t> out);
+  void ReadBytes(int32_t address, std::span<uint8_t> out) const;
+  void ReadFlags(int32_t address, std::span<uint8_t> out) const;
   // Sets (on) or clears the given flag bits on a range.
   void ChangeFlags(int32_t address, size_t count, uint8_t flagBits, bool on);
 
@@ -67,15 +69,23 @@ class MemoryImage {
     std::array<uint8_t, kSegmentSize> state{};
   };
 
+  // The segment of an address for writing, allocated when needed; nullptr out of range.
   Segment* segment(int32_t address);
-  uint8_t flags(int32_t address);
+  // The segment for reading; nullptr out of range or when never written.
+  const Segment* find(int32_t address) const;
+  uint8_t flags(int32_t address) const;
   void setFlag(int32_t address, uint8_t bit, bool on);
-  // Calls visit(segment, offset, index into the range, length) for each in-range piece.
+  // Calls visit(segment, offset, index into the range, length) for each in-range piece;
+  // the const form passes nullptr for a segment never written.
   template <typename Visit>
   void forEachPiece(int32_t address, size_t count, Visit visit);
+  template <typename Visit>
+  void forEachPiece(int32_t address, size_t count, Visit visit) const;
+  void countRangeError(int64_t first, int64_t last) const;
 
   std::array<std::unique_ptr<Segment>, kSegmentCount> segments_;
-  long rangeErrors_ = 0;
+  // A diagnostic count, kept by reads too: it says nothing about the image's contents.
+  mutable long rangeErrors_ = 0;
 };
 
 }  // namespace velmora

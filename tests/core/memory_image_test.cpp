@@ -17,7 +17,11 @@ TEST(MemoryImage, LazySegmentsIndependentFlagsAndTheAddressSpaceEnd) {
   EXPECT_EQ(image.AllocatedSegmentCount(), 4);
   EXPECT_EQ(image.GetByte(0x123456), 0);
   EXPECT_FALSE(image.IsValid(0x550000));
-  EXPECT_EQ(image.AllocatedSegmentCount(), 6);  // any access allocates, zero-filled
+  EXPECT_EQ(image.AllocatedSegmentCount(), 4);  // reads allocate nothing
+  image.SetValid(0x550000, true);
+  EXPECT_EQ(image.AllocatedSegmentCount(), 5);  // a write allocates, zero-filled
+  EXPECT_EQ(image.GetByte(0x550001), 0);
+  image.SetValid(0x550000, false);
   image.SetByte(0xFFFF, 0x5A);
   image.SetByte(0x10000, 2);
   image.SetDefined(0xFFFF, true);
@@ -39,6 +43,30 @@ TEST(MemoryImage, LazySegmentsIndependentFlagsAndTheAddressSpaceEnd) {
   image.StoreLoaded(0xFFFFFE, Bytes{1, 2, 3});  // stores what fits, one range error
   EXPECT_EQ(image.GetByte(0xFFFFFF), 2);
   EXPECT_EQ(image.RangeErrors(), 5);
+}
+
+// A view reads through a const image: every byte of the address space, in pages that
+// straddle written and never-written segments, reads as stored or as 0 without flags, and
+// the image holds the same segments afterwards.
+TEST(MemoryImage, ReadingTheWholeSpaceAllocatesNothing) {
+  MemoryImage image;
+  image.StoreLoaded(0x7FFFE, Bytes{1, 2, 3, 4});  // across the boundary of segments 7 and 8
+  const MemoryImage& view = image;
+  Bytes page(0x1000);
+  Bytes flags(0x1000);
+  long nonZero = 0;
+  for (int32_t at = 0; at <= 0x1000000; at += 0x1000) {
+    view.ReadBytes(at - 0x800, page);  // half a page before, so pieces straddle segments
+    view.ReadFlags(at - 0x800, flags);
+    for (size_t i = 0; i < page.size(); ++i) nonZero += page[i] != 0 || flags[i] != 0;
+  }
+  EXPECT_EQ(nonZero, 4);
+  EXPECT_EQ(view.GetByte(0x80001), 4);
+  EXPECT_EQ(view.Flags(0x80001), kDefined);
+  EXPECT_FALSE(view.IsDefined(0x90000));
+  EXPECT_EQ(image.AllocatedSegmentCount(), 2);
+  // The first page began below 0 and the last one ran past FFFFFF, each read twice.
+  EXPECT_EQ(image.RangeErrors(), 4);
 }
 
 TEST(ImageOps, FillWritesSelectedBytesOrTheWordsTheyLieInAndUnreadClears) {
