@@ -49,41 +49,34 @@ void MemoryImage::setFlag(int32_t address, uint8_t bit, bool on) {
   state = on ? static_cast<uint8_t>(state | bit) : static_cast<uint8_t>(state & ~bit);
 }
 
-void MemoryImage::countRangeError(int64_t first, int64_t last) const {
+template <typename Visit>
+void MemoryImage::forEachRange(int32_t address, size_t count, Visit visit) const {
+  if (count == 0) return;
+  const int64_t first = address;
+  const int64_t last = first + static_cast<int64_t>(count) - 1;
   if (first < 0 || last > 0xFFFFFF) ++rangeErrors_;
+  int64_t at = std::max<int64_t>(first, 0);
+  const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
+  while (at <= end) {
+    const auto offset = static_cast<size_t>(at & 0xFFFF);
+    const size_t length = std::min<size_t>(kSegmentSize - offset, static_cast<size_t>(end - at + 1));
+    visit(static_cast<int32_t>(at), offset, static_cast<size_t>(at - first), length);
+    at += static_cast<int64_t>(length);
+  }
 }
 
 template <typename Visit>
 void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) const {
-  if (count == 0) return;
-  const int64_t first = address;
-  const int64_t last = first + static_cast<int64_t>(count) - 1;
-  countRangeError(first, last);
-  int64_t at = std::max<int64_t>(first, 0);
-  const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
-  while (at <= end) {
-    const auto offset = static_cast<size_t>(at & 0xFFFF);
-    const size_t length = std::min<size_t>(kSegmentSize - offset, static_cast<size_t>(end - at + 1));
-    visit(segments_[static_cast<size_t>(at >> 16)].get(), offset, static_cast<size_t>(at - first), length);
-    at += static_cast<int64_t>(length);
-  }
+  forEachRange(address, count, [&](int32_t at, size_t offset, size_t index, size_t length) {
+    visit(segments_[static_cast<size_t>(SegmentOf(at))].get(), offset, index, length);
+  });
 }
 
 template <typename Visit>
 void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) {
-  if (count == 0) return;
-  const int64_t first = address;
-  const int64_t last = first + static_cast<int64_t>(count) - 1;
-  countRangeError(first, last);
-  int64_t at = std::max<int64_t>(first, 0);
-  const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
-  while (at <= end) {
-    const auto offset = static_cast<size_t>(at & 0xFFFF);
-    const size_t length = std::min<size_t>(kSegmentSize - offset, static_cast<size_t>(end - at + 1));
-    Segment* seg = segment(static_cast<int32_t>(at));
-    visit(*seg, offset, static_cast<size_t>(at - first), length);
-    at += static_cast<int64_t>(length);
-  }
+  forEachRange(address, count, [&](int32_t at, size_t offset, size_t index, size_t length) {
+    visit(*segment(at), offset, index, length);
+  });
 }
 
 void MemoryImage::StoreLoaded(int32_t address, std::span<const uint8_t> bytes) {

@@ -75,13 +75,16 @@ class MemoryImage {
   const Segment* find(int32_t address) const;
   uint8_t flags(int32_t address) const;
   void setFlag(int32_t address, uint8_t bit, bool on);
-  // Calls visit(segment, offset, index into the range, length) for each in-range piece;
-  // the const form passes nullptr for a segment never written.
+  // Calls visit(address, offset in its segment, index into the range, length) for each
+  // in-range piece that stays within one segment.
+  template <typename Visit>
+  void forEachRange(int32_t address, size_t count, Visit visit) const;
+  // The same with the piece's segment: allocated for writing, or nullptr for a segment
+  // never written (const form).
   template <typename Visit>
   void forEachPiece(int32_t address, size_t count, Visit visit);
   template <typename Visit>
   void forEachPiece(int32_t address, size_t count, Visit visit) const;
-  void countRangeError(int64_t first, int64_t last) const;
 
   std::array<std::unique_ptr<Segment>, kSegmentCount> segments_;
   // A diagnostic count, kept by reads too: it says nothing about the image's contents.

@@ -14,16 +14,6 @@ constexpr std::array<std::string_view, 11> kUnsafeCommands = {
     "_delay", "_pause",   "_save",      "_compare", "_setlogfile", "_writelogfile",
     "_quit",  "_connect", "_reconnect", "_send",    "_movemonitor"};
 
-const RegisterTable& shippedRegisters() {
-  static const RegisterTable table = [] {
-    RegisterTable loaded;
-    MessageLog log;
-    LoadRegisterFile((ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded, log);
-    return loaded;
-  }();
-  return table;
-}
-
 std::string_view withoutLeadingBlanks(std::string_view line) {
   const auto first = line.find_first_not_of(" \t");
   return first == std::string_view::npos ? std::string_view{} : line.substr(first);
@@ -72,7 +62,7 @@ std::string SafeLines(std::string_view input) {
 
 FuzzSession::FuzzSession() : started_(std::chrono::steady_clock::now()) {
   session_ = std::make_unique<Session>(frontend_, FuzzProgramFolder());
-  session_->registers = shippedRegisters();
+  session_->registers = ShippedRegisters();
   session_->decoder.RegistersChanged();
   frontend_.onEvents = [this] {
     ++eventPasses_;

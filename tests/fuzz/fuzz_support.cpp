@@ -7,6 +7,8 @@
 #include <fstream>
 #include <system_error>
 
+#include "formats/register_file.h"
+
 namespace velmora::fuzz {
 namespace {
 
@@ -49,6 +51,26 @@ std::string WriteInput(const uint8_t* data, size_t size, std::string_view name) 
   std::ofstream(file, std::ios::binary | std::ios::trunc)
       .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
   return file.string();
+}
+
+const RegisterTable& ShippedRegisters() {
+  static const RegisterTable table = [] {
+    RegisterTable loaded;
+    MessageLog log;
+    LoadRegisterFile((ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded, log);
+    return loaded;
+  }();
+  return table;
+}
+
+const OpcodeTable& ShippedOpcodes() {
+  static const OpcodeTable table = [] {
+    OpcodeTable loaded;
+    MessageLog log;
+    LoadOpcodeTable((ShippedDataFolder() / "CMDDEF" / "command.cmd").string(), loaded, log);
+    return loaded;
+  }();
+  return table;
 }
 
 }  // namespace velmora::fuzz

@@ -10,11 +10,17 @@
 #include <string_view>
 
 #include "core/frontend.h"
+#include "disasm/opcode_table.h"
+#include "formats/register_table.h"
 
 namespace velmora::fuzz {
 
 // The data folder of the source tree (definition files, opcode table, images).
 std::filesystem::path ShippedDataFolder();
+
+// The shipped tables a target reads its input against, loaded once.
+const RegisterTable& ShippedRegisters();  // TOLVANE's
+const OpcodeTable& ShippedOpcodes();
 
 // A folder of this process, removed when the process ends normally.
 const std::filesystem::path& ScratchFolder();

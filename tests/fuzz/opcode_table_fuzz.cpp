@@ -6,20 +6,6 @@
 
 using namespace velmora;
 
-namespace {
-
-const RegisterTable& shippedRegisters() {
-  static const RegisterTable table = [] {
-    RegisterTable loaded;
-    MessageLog log;
-    LoadRegisterFile((fuzz::ShippedDataFolder() / "SFRDEF" / "TOLVANE.SFR").string(), loaded, log);
-    return loaded;
-  }();
-  return table;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string path = fuzz::WriteInput(data, size, "command.cmd");
   OpcodeTable opcodes;
@@ -27,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const OpcodeTableResult result = LoadOpcodeTable(path, opcodes, log);
   fuzz::Require(result.found, "the input file is found");
 
-  InstructionDecoder decoder(opcodes, shippedRegisters());
+  InstructionDecoder decoder(opcodes, fuzz::ShippedRegisters());
   MemoryImage image;
   const uint8_t tail[] = {0xF2, 0x1E, 0x81, 0xFF, 0x00, 0x80, 0x7E};
   for (int opcode = 0; opcode < 256; ++opcode) {

@@ -6,20 +6,6 @@
 
 using namespace velmora;
 
-namespace {
-
-const OpcodeTable& shippedOpcodes() {
-  static const OpcodeTable table = [] {
-    OpcodeTable loaded;
-    MessageLog log;
-    LoadOpcodeTable((fuzz::ShippedDataFolder() / "CMDDEF" / "command.cmd").string(), loaded, log);
-    return loaded;
-  }();
-  return table;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string path = fuzz::WriteInput(data, size, "input.sfr");
   RegisterTable registers;
@@ -30,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Require(registers.FindRegister("ZEROS") >= 0 && registers.FindRegister("ONES") >= 0,
                 "ZEROS and ONES are always defined");
 
-  InstructionDecoder decoder(shippedOpcodes(), registers);
+  InstructionDecoder decoder(fuzz::ShippedOpcodes(), registers);
   MemoryImage image;
   // Operand bytes that reach the SFR, extended SFR, bit-addressable and GPR areas.
   const uint8_t operands[] = {0x00, 0x12, 0x7F, 0x80, 0x88, 0xF0, 0xFE, 0xFF};
