@@ -1,0 +1,7 @@
+// velmora: the desktop application.
+#include <QApplication>
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  return 0;
+}
