@@ -105,7 +105,8 @@ void Runner::loop(SessionMaker makeSession) {
       // Between operations the line is served: a started program's output, the monitor
       // back from a routine or at a breakpoint.
       if (session->port().IsOpen()) {
-        session->link().ServeUnsolicited(kIdleTurn);
+        session->port().WaitForInput(kIdleTurn);
+        session->port().Poll();
       } else {
         std::unique_lock lock(mutex_);
         wake_.wait_for(lock, kIdleTurn, [this] { return stopping_ || !jobs_.empty(); });
