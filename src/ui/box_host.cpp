@@ -59,12 +59,12 @@ std::optional<QString> BoxHost::Input(const QString& prompt, const QString& capt
                                       const QString& defaultText) {
   asked_.push_back({prompt, caption, BoxButtons::OkCancel, BoxIcon::None, true, defaultText});
   if (automatic_) {
-    if (!inputs_.empty()) {
-      auto input = inputs_.front();
-      inputs_.pop_front();
-      return input;
-    }
-    return defaultText;
+    if (inputs_.empty()) return defaultText;
+    const bool cancelled = !inputs_.front().has_value();
+    const QString text = inputs_.front().value_or(QString());
+    inputs_.pop_front();
+    if (cancelled) return std::nullopt;
+    return text;
   }
   bool ok = false;
   const QString text = QInputDialog::getText(
