@@ -28,6 +28,7 @@ class BoxHost {
  public:
   // parent: the window boxes are centred on (may be null).
   explicit BoxHost(QWidget* parent = nullptr) : parent_(parent) {}
+  void SetParent(QWidget* parent) { parent_ = parent; }
 
   BoxAnswer Message(const QString& text, BoxButtons buttons = BoxButtons::Ok,
                     BoxIcon icon = BoxIcon::Exclamation, const QString& caption = {});

@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QString>
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -53,6 +54,14 @@ class SessionClient : public QObject {
   bool busy() const;
   // Esc: asks the running script to stop.
   void abort();
+  // The quit procedure, when the window has gone: a running script is stopped, boxes are
+  // no longer shown, and the port is closed and (with savePreferences) the default
+  // preferences written on the worker. Once only; a _quit has done it already.
+  void shutDown(bool savePreferences);
+  // Whether a _quit writes the default preferences (--no-save turns it off).
+  void setSavePreferences(bool on) { savePreferences_ = on; }
+  // Runs work on the window's thread, in order with the signals.
+  void onWindowThread(std::function<void()> work) { deliver(std::move(work)); }
 
   // Safe to read from the window's thread at any time.
   const MemoryImage& image() const { return *image_; }
@@ -79,6 +88,7 @@ class SessionClient : public QObject {
   void post(std::function<void(Session&)> housekeeping);
   void deliver(std::function<void()> onWindowThread);
   void publishSnapshot(Session& session);
+  void publishSnapshotFor(Session& session, const Change& change);
 
   BoxHost boxes_;
   std::unique_ptr<Bridge> bridge_;  // the Frontend the core calls on the worker
@@ -86,6 +96,8 @@ class SessionClient : public QObject {
   const MemoryImage* image_ = nullptr;
   mutable std::mutex snapshotMutex_;
   SessionSnapshot snapshot_;
+  std::atomic<bool> quitDone_{false};
+  std::atomic<bool> savePreferences_{true};
 };
 
 template <typename Result>

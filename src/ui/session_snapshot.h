@@ -22,6 +22,8 @@ struct SessionSnapshot {
   bool portOpen = false;
   // The controller type's name as the controller field shows it.
   std::string controllerName;
+  // _quit has run: nothing more is started.
+  bool quitRequested = false;
 };
 
 }  // namespace velmora::ui
