@@ -1,0 +1,319 @@
+// What the main window's buttons and menu entries do. Each one that touches the session
+// runs as an operation on the worker; questions the window asks itself (input boxes, file
+// dialogs) come first, on the window's thread, so the worker never waits for them.
+#include <QFileDialog>
+#include <QPrinter>
+#include <memory>
+
+#include "core/frontend.h"
+#include "core/hex_text.h"
+#include "link/channel_switch.h"
+#include "session/command_input.h"
+#include "session/preferences.h"
+#include "session/session.h"
+#include "ui/about_box.h"
+#include "ui/help_window.h"
+#include "ui/main_window.h"
+#include "ui/print_dialog.h"
+#include "ui/print_renderer.h"
+#include "ui/session_client.h"
+#include "ui/terminal_settings_dialog.h"
+#include "ui/user_scripts.h"
+
+namespace velmora::ui {
+namespace {
+
+// A file name as one parameter of a command line. Parameters end at commas; under the
+// headless runner's conventions a quoted one is taken whole, so the name is quoted there.
+std::string pathParameter(Session& session, const QString& path) {
+  std::string name = path.toStdString();
+  if (session.interpreter().conventions().quotedParameters) return '"' + name + '"';
+  return name;
+}
+
+QString text(std::string_view view) {
+  return QString::fromUtf8(view.data(), static_cast<qsizetype>(view.size()));
+}
+
+void publish(Session& session, RefreshTarget target) {
+  session.frontend().RequestRefresh(Change::All(target));
+}
+
+}  // namespace
+
+bool MainWindow::startOperation(std::function<void(Session&)> operation) {
+  // Refused only when another operation slipped in before the controls were disabled.
+  return client_.start(std::move(operation));
+}
+
+void MainWindow::runCommand(std::string command) {
+  startOperation(
+      [command = std::move(command)](Session& s) { s.interpreter().RunCommand(command); });
+}
+
+void MainWindow::trigger(const MainAction& action) {
+  switch (action.behaviour) {
+    case Behaviour::Command:
+      return runCommand(std::string(action.command));
+    case Behaviour::Load:
+      return loadFile();
+    case Behaviour::SaveAs:
+      return saveAs();
+    case Behaviour::LoadPreferences:
+      return loadPreferences();
+    case Behaviour::SavePreferences:
+      return savePreferences();
+    case Behaviour::Print:
+      return print();
+    case Behaviour::Paste:
+      return paste();
+    case Behaviour::Fill:
+      return fill();
+    case Behaviour::SelectWindow:
+      return selectWindow();
+    case Behaviour::ChannelSwitch:
+      startOperation([](Session& s) { SwitchToAsc1(s.link()); });
+      return;
+    case Behaviour::Relocate:
+      return relocate();
+    case Behaviour::ResetConfig:
+      startOperation([](Session& s) { ShowResetConfig(s.link(), s.resetConfig); });
+      return;
+    case Behaviour::TerminalSettings:
+      return terminalSettings();
+    case Behaviour::ExecuteScript:
+      return executeScript();
+    case Behaviour::AssignUserScript:
+      return assignUserScript();
+    case Behaviour::RemoveUserScript:
+      return removeUserScript();
+    case Behaviour::HelpContents:
+      return showHelp();
+    case Behaviour::About:
+      return showAbout();
+    case Behaviour::NotAvailable:
+      return;
+  }
+}
+
+void MainWindow::enterCommandLine(const QString& text) {
+  const std::string line = text.toStdString();
+  startOperation([line](Session& s) {
+    EnterCommandLine(s, line);
+    // A typed command may have run a script.
+    if (!line.empty() && line[0] == '_') publish(s, RefreshTarget::RecentScripts);
+  });
+}
+
+void MainWindow::runFeatureButton(std::string_view feature) {
+  startOperation([feature](Session& s) {
+    if (s.link().state() != TargetState::Ready) {
+      s.log.WriteLine(std::string(kNotConnectedToMonitorLine));
+      return;
+    }
+    if (feature == "PROGRAM") {
+      s.interpreter().RunCommand("_iprogram");
+      return;
+    }
+    // Stands in for the flash dialog, which the program does not have yet.
+    s.frontend().MessageBox("The flash dialog (" + std::string(feature) + ") is not available yet.",
+                            BoxButtons::Ok, BoxIcon::Information, "Flash");
+  });
+}
+
+void MainWindow::runUserScript(int index) {
+  startOperation([index](Session& s) {
+    RunStoredScript(s, s.settings.files.userScripts[static_cast<size_t>(index)]);
+  });
+}
+
+void MainWindow::runLastScript(int index) {
+  startOperation([index](Session& s) {
+    RunStoredScript(s, s.settings.files.lastScripts[static_cast<size_t>(index)]);
+  });
+}
+
+QString MainWindow::chooseFile(FileQuestion question, const QString& startPath) {
+  if (chooseFile_) return chooseFile_(question, startPath);
+  const QString hexFiles = tr("Intel HEX files (*.hex *.HEX *.h86 *.H86);;All files (*)");
+  const QString prefFiles = tr("Preferences (*.ini *.INI);;All files (*)");
+  const QString scriptFiles = tr("Scripts (*.scm *.SCM);;All files (*)");
+  switch (question) {
+    case FileQuestion::Load:
+      return QFileDialog::getOpenFileName(this, tr("Load"), startPath, hexFiles);
+    case FileQuestion::SaveAs:
+      return QFileDialog::getSaveFileName(this, tr("Save As"), startPath, hexFiles);
+    case FileQuestion::LoadPreferences:
+      return QFileDialog::getOpenFileName(this, tr("Load Preferences"), startPath, prefFiles);
+    case FileQuestion::SavePreferences:
+      return QFileDialog::getSaveFileName(this, tr("Save Preferences"), startPath, prefFiles);
+    case FileQuestion::Script:
+      return QFileDialog::getOpenFileName(this, tr("Execute Script"), startPath, scriptFiles);
+    case FileQuestion::UserScript:
+      return QFileDialog::getOpenFileName(this, tr("Assign User Script"), startPath, scriptFiles);
+  }
+  return {};
+}
+
+void MainWindow::loadFile() {
+  const auto remembered = client_.snapshot().settings.files.load;
+  const QString path = chooseFile(FileQuestion::Load, QString::fromStdString(remembered.path));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    s.settings.files.load.path = path.toStdString();
+    s.interpreter().RunCommand("_load " + pathParameter(s, path));
+  });
+}
+
+void MainWindow::saveAs() {
+  const auto remembered = client_.snapshot().settings.files.saveAs;
+  const QString path = chooseFile(FileQuestion::SaveAs, QString::fromStdString(remembered.file));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    s.settings.files.saveAs.file = path.toStdString();
+    s.interpreter().RunCommand("_save " + pathParameter(s, path));
+  });
+}
+
+void MainWindow::loadPreferences() {
+  const auto remembered = client_.snapshot().settings.files.configLoad;
+  const QString path =
+      chooseFile(FileQuestion::LoadPreferences, QString::fromStdString(remembered.path));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    if (!LoadPreferences(s, path.toStdString()))
+      s.log.WriteLine("*ERROR: file " + path.toStdString() + " not found !");
+    s.settings.files.configLoad.path = path.toStdString();
+    // Everything a preferences file holds may have changed.
+    for (RefreshTarget target : {RefreshTarget::MemoryView, RefreshTarget::RegisterList,
+                                 RefreshTarget::FeatureButtons, RefreshTarget::RecentScripts})
+      publish(s, target);
+  });
+}
+
+void MainWindow::savePreferences() {
+  const auto remembered = client_.snapshot().settings.files.configSave;
+  const QString path =
+      chooseFile(FileQuestion::SavePreferences, QString::fromStdString(remembered.path));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    s.settings.files.configSave.path = path.toStdString();
+    SavePreferences(s, path.toStdString());
+  });
+}
+
+void MainWindow::print() {
+  PrintDialog dialog(this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  std::shared_ptr<QPrinter> printer = dialog.makePrinter();
+  if (!printer) return;
+  const PrintStyle style = dialog.style();
+  client_.start<std::vector<std::string>>(
+      [style](Session& s) { return PrintLines(s.selections, s.image, s.decoder, style); },
+      [this, printer](std::vector<std::string> lines) {
+        if (!RenderLines(*printer, lines))
+          client_.boxes().Message(tr("The printout could not be started."));
+      });
+}
+
+void MainWindow::paste() {
+  // Into the selection: at its lowest address, else where the memory view's cursor is.
+  const int32_t cursor = memoryCursor();
+  startOperation([cursor](Session& s) {
+    const int32_t start = s.selections.Count() > 0 ? s.selections.LowestSelectionStart() : cursor;
+    s.interpreter().RunCommand("_paste " + HexN(start, 6));
+  });
+}
+
+void MainWindow::fill() {
+  const auto answer = client_.boxes().Input(tr("Fill Value:"), tr("Fill"));
+  if (!answer) return;
+  const std::string value = answer->trimmed().toStdString();
+  if (HexVal(value) == kNoNumber) {
+    client_.boxes().Message(tr("No valid hexadecimal number !"));
+    return;
+  }
+  // An empty answer is the value 0, which the command wants written out.
+  runCommand("_fillmemory " + (value.empty() ? std::string("00") : value));
+}
+
+void MainWindow::selectWindow() {
+  const int32_t first = memoryTopLine() * 16;
+  startOperation([first](Session& s) {
+    s.selections.ClearSelections();
+    if (!s.selections.AddSelection(first, first + 0xFF))
+      s.log.WriteLine(std::string(kTooManySelectionsLine));
+    s.frontend().RequestRefresh(Change::Memory(-1, -1));
+  });
+}
+
+void MainWindow::relocate() {
+  const auto answer = client_.boxes().Input(tr("Relocate Monitor to Address:"), tr("Relocate"));
+  if (!answer) return;
+  const std::string address = answer->trimmed().toUpper().toStdString();
+  if (address.empty() || address.size() > 6 || HexVal(address) == kNoNumber) {
+    client_.boxes().Message(tr("No 6-digit hexadecimal number !"));
+    return;
+  }
+  runCommand("_movemonitor " + address);
+}
+
+void MainWindow::terminalSettings() {
+  TerminalSettingsDialog dialog(client_.snapshot().settings.communication.terminalMode, this);
+  if (dialog.exec() != QDialog::Accepted) return;
+  const int mode = dialog.mode();
+  startOperation([mode](Session& s) { s.settings.communication.terminalMode = mode; });
+}
+
+void MainWindow::executeScript() {
+  const auto remembered = client_.snapshot().settings.files.script;
+  const QString path = chooseFile(FileQuestion::Script, QString::fromStdString(remembered.path));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    s.settings.files.script.path = path.toStdString();
+    s.interpreter().ExecuteScript(path.toStdString());
+    publish(s, RefreshTarget::RecentScripts);
+  });
+}
+
+void MainWindow::assignUserScript() {
+  const auto remembered = client_.snapshot().settings.files.script;
+  const QString path =
+      chooseFile(FileQuestion::UserScript, QString::fromStdString(remembered.path));
+  if (path.isEmpty()) return;
+  startOperation([path](Session& s) {
+    const int slot = FreeUserScriptSlot(s.settings.files.userScripts);
+    if (slot < 0) {
+      s.frontend().MessageBox("All four user script buttons are assigned. Remove one first.",
+                              BoxButtons::Ok, BoxIcon::Exclamation, "Assign User Script");
+      return;
+    }
+    s.settings.files.userScripts[static_cast<size_t>(slot)] = path.toStdString();
+    publish(s, RefreshTarget::FeatureButtons);
+  });
+}
+
+void MainWindow::removeUserScript() {
+  std::optional<int> chosen;
+  while (!chosen) chosen = RemoveAnswer(client_.boxes().Input(text(kRemoveUserScriptQuestion)));
+  if (*chosen == 0) return;
+  const auto slot = static_cast<size_t>(*chosen - 1);
+  startOperation([slot](Session& s) {
+    s.settings.files.userScripts[slot].clear();
+    publish(s, RefreshTarget::FeatureButtons);
+  });
+}
+
+void MainWindow::showHelp() {
+  auto* help = new HelpWindow(programFolder_, this);
+  help->setAttribute(Qt::WA_DeleteOnClose);
+  help->showContents();
+  help->show();
+}
+
+void MainWindow::showAbout() {
+  AboutBox box(this);
+  box.exec();
+}
+
+}  // namespace velmora::ui
