@@ -93,7 +93,7 @@ class MemoryView : public QWidget {
   void typeIntoCell(QKeyEvent* event);
   void checkCellEdit();
   bool isEditKey(const QKeyEvent* event) const;
-  void startSelection(int32_t address);
+  void startSelection(int32_t address, bool adding);
   void extendSelection(int32_t address);
   void finishSelection(bool addToExisting);
   void cancelSelection();
@@ -122,6 +122,7 @@ class MemoryView : public QWidget {
   bool snapshotSelectionsCleared_ = false;
   // The range being dragged out, shown until the snapshot that holds it arrives.
   int32_t selectionAnchor_ = 0;
+  bool selectionAdds_ = false;
   std::optional<Selection> pendingSelection_;
   bool pendingUntilSnapshot_ = false;
 

@@ -62,11 +62,12 @@ bool MemoryView::eventFilter(QObject* watched, QEvent* event) {
       mouseReleased(static_cast<QMouseEvent*>(event));
       return true;
     case QEvent::FocusOut:
-      // The release of Shift goes elsewhere now: end the selection here.
+      // The releases of Shift and Ctrl go elsewhere now: end the selection here.
       if (shiftSelecting_) {
         shiftSelecting_ = false;
         finishSelection(ctrlHeld_);
       }
+      ctrlHeld_ = false;
       return false;
     default:
       return false;
@@ -89,13 +90,16 @@ bool MemoryView::isEditKey(const QKeyEvent* event) const {
 
 bool MemoryView::keyPressed(QKeyEvent* event) {
   const int key = event->key();
-  ctrlHeld_ = key == Qt::Key_Control || ctrlIn(event);
-  if (key == Qt::Key_Control) return true;
+  if (key == Qt::Key_Control) {
+    ctrlHeld_ = true;
+    return true;
+  }
   if (key == Qt::Key_Shift) {
     if (!event->isAutoRepeat() && !shiftSelecting_ && editingEnabled_) {
-      if (!ctrlHeld_) clearSelections();
+      const bool adding = ctrlHeld_ || ctrlIn(event);
+      if (!adding) clearSelections();
       shiftSelecting_ = true;
-      startSelection(cursor_.address());
+      startSelection(cursor_.address(), adding);
       RefreshMemory();
     }
     return true;
@@ -218,8 +222,9 @@ void MemoryView::clearSelections() {
   emit selectionsCleared();
 }
 
-void MemoryView::startSelection(int32_t address) {
+void MemoryView::startSelection(int32_t address, bool adding) {
   selectionAnchor_ = address;
+  selectionAdds_ = adding;
   pendingSelection_ = Selection{address, address};
   pendingUntilSnapshot_ = false;
 }
@@ -239,7 +244,10 @@ void MemoryView::finishSelection(bool addToExisting) {
   }
   // Shown until the snapshot that holds it arrives.
   pendingUntilSnapshot_ = true;
-  emit selectionMade(made.start, std::min(made.end, kHighestAddress), addToExisting);
+  // A selection begun with Ctrl left the others standing, so it adds to them even when Ctrl
+  // went up first.
+  emit selectionMade(made.start, std::min(made.end, kHighestAddress),
+                     addToExisting || selectionAdds_);
   RefreshMemory();
 }
 
@@ -255,12 +263,12 @@ void MemoryView::mousePressed(QMouseEvent* event) {
   const int cell = grid_->cellAt(event->position().toPoint(), false);
   if (cell < 0) return;
   grid_->setFocus(Qt::MouseFocusReason);
-  ctrlHeld_ = ctrlIn(event);
+  const bool adding = ctrlHeld_ || ctrlIn(event);
   cursor_.placeAt(cell / MemoryCursor::kColumns, cell % MemoryCursor::kColumns);
   if (editingEnabled_) {
-    if (!ctrlHeld_) clearSelections();
+    if (!adding) clearSelections();
     mouseSelecting_ = true;
-    startSelection(cursor_.address());
+    startSelection(cursor_.address(), adding);
   }
   pageChanged();
 }
