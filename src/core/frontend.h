@@ -1,27 +1,20 @@
 // What the core needs from a user interface. The core never shows anything itself:
-// the desktop windows, the headless runner and the tests each implement this.
+// the desktop windows, the headless runner and the tests each implement this. It is
+// called on the thread that runs the session; a call that needs an answer blocks that
+// thread until the user has given one.
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "core/change_feed.h"
 
 namespace velmora {
 
 enum class BoxButtons { Ok, OkCancel, YesNo };
 enum class BoxIcon { None, Information, Question, Exclamation, Critical };
 enum class BoxAnswer { Ok, Cancel, Yes, No };
-
-// The views and fields an operation may ask to be redrawn.
-enum class RefreshTarget {
-  MemoryView,
-  RegisterList,
-  StatusText,
-  FeatureButtons,
-  Disassembly,
-  RecentScripts,
-};
 
 class Frontend {
  public:
@@ -37,13 +30,19 @@ class Frontend {
   virtual void ShowMessageWindow(std::string_view text) = 0;
   // The busy pointer while a long operation runs.
   virtual void SetBusy(bool busy) = 0;
-  virtual void RequestRefresh(RefreshTarget target) = 0;
-  // Lets pending user-interface events run; blocks for at most maxWait when none are
-  // pending, so that a wait loop never spins a core.
-  virtual void ProcessEvents(std::chrono::milliseconds maxWait) = 0;
+  // Tells every view that listens what an operation changed. Called on the thread that
+  // runs the operation; a listener of another thread hands the change on itself.
+  void RequestRefresh(const Change& change) { changes_.Publish(change); }
+  ChangeFeed& Changes() { return changes_; }
+  // How far a transfer or a programming run has got: at the start, after each block and
+  // at the end.
+  virtual void ShowProgress(const Progress&) {}
   // The system clipboard, as text.
   virtual void SetClipboardText(std::string_view text) = 0;
   virtual std::string ClipboardText() = 0;
+
+ private:
+  ChangeFeed changes_;
 };
 
 }  // namespace velmora

@@ -2,17 +2,19 @@
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 
 namespace velmora {
 
 void MemoryImage::InitImage() {
+  std::unique_lock lock(mutex_);
   for (auto& entry : segments_) entry.reset();
   for (int32_t seg = 0; seg < 4; ++seg) segment(seg * kSegmentSize);
 }
 
 MemoryImage::Segment* MemoryImage::segment(int32_t address) {
   if (!InRange(address)) {
-    ++rangeErrors_;
+    countRangeError();
     return nullptr;
   }
   auto& entry = segments_[static_cast<size_t>(SegmentOf(address))];
@@ -21,32 +23,28 @@ MemoryImage::Segment* MemoryImage::segment(int32_t address) {
 }
 
 void MemoryImage::SetByte(int32_t address, uint8_t value) {
+  std::unique_lock lock(mutex_);
   if (Segment* seg = segment(address)) seg->data[static_cast<size_t>(address & 0xFFFF)] = value;
 }
 
 const MemoryImage::Segment* MemoryImage::find(int32_t address) const {
   if (!InRange(address)) {
-    ++rangeErrors_;
+    countRangeError();
     return nullptr;
   }
   return segments_[static_cast<size_t>(SegmentOf(address))].get();
 }
 
 uint8_t MemoryImage::GetByte(int32_t address) const {
+  std::shared_lock lock(mutex_);
   const Segment* seg = find(address);
   return seg ? seg->data[static_cast<size_t>(address & 0xFFFF)] : 0;
 }
 
-uint8_t MemoryImage::flags(int32_t address) const {
+uint8_t MemoryImage::Flags(int32_t address) const {
+  std::shared_lock lock(mutex_);
   const Segment* seg = find(address);
   return seg ? seg->state[static_cast<size_t>(address & 0xFFFF)] : 0;
-}
-
-void MemoryImage::setFlag(int32_t address, uint8_t bit, bool on) {
-  Segment* seg = segment(address);
-  if (!seg) return;
-  uint8_t& state = seg->state[static_cast<size_t>(address & 0xFFFF)];
-  state = on ? static_cast<uint8_t>(state | bit) : static_cast<uint8_t>(state & ~bit);
 }
 
 template <typename Visit>
@@ -54,7 +52,7 @@ void MemoryImage::forEachRange(int32_t address, size_t count, Visit visit) const
   if (count == 0) return;
   const int64_t first = address;
   const int64_t last = first + static_cast<int64_t>(count) - 1;
-  if (first < 0 || last > 0xFFFFFF) ++rangeErrors_;
+  if (first < 0 || last > 0xFFFFFF) countRangeError();
   int64_t at = std::max<int64_t>(first, 0);
   const int64_t end = std::min<int64_t>(last, 0xFFFFFF);
   while (at <= end) {
@@ -80,6 +78,7 @@ void MemoryImage::forEachPiece(int32_t address, size_t count, Visit visit) {
 }
 
 void MemoryImage::StoreLoaded(int32_t address, std::span<const uint8_t> bytes) {
+  std::unique_lock lock(mutex_);
   forEachPiece(address, bytes.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
     std::memcpy(seg.data.data() + offset, bytes.data() + index, n);
     uint8_t* state = seg.state.data() + offset;
@@ -88,6 +87,7 @@ void MemoryImage::StoreLoaded(int32_t address, std::span<const uint8_t> bytes) {
 }
 
 void MemoryImage::StoreFromTarget(int32_t address, std::span<const uint8_t> bytes) {
+  std::unique_lock lock(mutex_);
   forEachPiece(address, bytes.size(), [&](Segment& seg, size_t offset, size_t index, size_t n) {
     std::memcpy(seg.data.data() + offset, bytes.data() + index, n);
     uint8_t* state = seg.state.data() + offset;
@@ -96,6 +96,7 @@ void MemoryImage::StoreFromTarget(int32_t address, std::span<const uint8_t> byte
 }
 
 void MemoryImage::ReadBytes(int32_t address, std::span<uint8_t> out) const {
+  std::shared_lock lock(mutex_);
   std::fill(out.begin(), out.end(), uint8_t{0});
   forEachPiece(address, out.size(), [&](const Segment* seg, size_t offset, size_t index, size_t n) {
     if (seg) std::memcpy(out.data() + index, seg->data.data() + offset, n);
@@ -103,6 +104,7 @@ void MemoryImage::ReadBytes(int32_t address, std::span<uint8_t> out) const {
 }
 
 void MemoryImage::ReadFlags(int32_t address, std::span<uint8_t> out) const {
+  std::shared_lock lock(mutex_);
   std::fill(out.begin(), out.end(), uint8_t{0});
   forEachPiece(address, out.size(), [&](const Segment* seg, size_t offset, size_t index, size_t n) {
     if (seg) std::memcpy(out.data() + index, seg->state.data() + offset, n);
@@ -110,6 +112,7 @@ void MemoryImage::ReadFlags(int32_t address, std::span<uint8_t> out) const {
 }
 
 void MemoryImage::ChangeFlags(int32_t address, size_t count, uint8_t flagBits, bool on) {
+  std::unique_lock lock(mutex_);
   forEachPiece(address, count, [&](Segment& seg, size_t offset, size_t, size_t n) {
     uint8_t* state = seg.state.data() + offset;
     for (size_t i = 0; i < n; ++i) {
@@ -120,11 +123,13 @@ void MemoryImage::ChangeFlags(int32_t address, size_t count, uint8_t flagBits, b
 }
 
 bool MemoryImage::IsAllocated(int segmentIndex) const {
+  std::shared_lock lock(mutex_);
   return segmentIndex >= 0 && segmentIndex < kSegmentCount &&
          segments_[static_cast<size_t>(segmentIndex)] != nullptr;
 }
 
 int MemoryImage::AllocatedSegmentCount() const {
+  std::shared_lock lock(mutex_);
   return static_cast<int>(
       std::count_if(segments_.begin(), segments_.end(), [](const auto& s) { return s != nullptr; }));
 }

@@ -5,12 +5,18 @@
 // a segment never written reads as 0 without flags, as a zero-filled segment would, so
 // painting or listing any range leaves the image as it was. Addresses outside 0..FFFFFF
 // are a caller's mistake: writes store nothing, reads give 0, and RangeErrors() counts them.
+//
+// The window paints pages while the worker thread downloads into the image, so every
+// public read takes the image's lock shared and every write takes it alone; the private
+// helpers take nothing, so that a public function never waits for itself.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <shared_mutex>
 #include <span>
 
 namespace velmora {
@@ -39,13 +45,13 @@ class MemoryImage {
   void SetByte(int32_t address, uint8_t value);
   uint8_t GetByte(int32_t address) const;
 
-  void SetDefined(int32_t address, bool on) { setFlag(address, kDefined, on); }
-  bool IsDefined(int32_t address) const { return (flags(address) & kDefined) != 0; }
-  void SetProtected(int32_t address, bool on) { setFlag(address, kProtected, on); }
-  bool IsProtected(int32_t address) const { return (flags(address) & kProtected) != 0; }
-  void SetValid(int32_t address, bool on) { setFlag(address, kValid, on); }
-  bool IsValid(int32_t address) const { return (flags(address) & kValid) != 0; }
-  uint8_t Flags(int32_t address) const { return flags(address); }
+  void SetDefined(int32_t address, bool on) { ChangeFlags(address, 1, kDefined, on); }
+  bool IsDefined(int32_t address) const { return (Flags(address) & kDefined) != 0; }
+  void SetProtected(int32_t address, bool on) { ChangeFlags(address, 1, kProtected, on); }
+  bool IsProtected(int32_t address) const { return (Flags(address) & kProtected) != 0; }
+  void SetValid(int32_t address, bool on) { ChangeFlags(address, 1, kValid, on); }
+  bool IsValid(int32_t address) const { return (Flags(address) & kValid) != 0; }
+  uint8_t Flags(int32_t address) const;
 
   // Bulk forms for readers, writers and transfers. Each works segment by segment and
   // ignores the part of the range that lies outside the address space (counted as one
@@ -61,7 +67,7 @@ class MemoryImage {
 
   bool IsAllocated(int segment) const;
   int AllocatedSegmentCount() const;
-  long RangeErrors() const { return rangeErrors_; }
+  long RangeErrors() const { return rangeErrors_.load(std::memory_order_relaxed); }
 
  private:
   struct Segment {
@@ -73,8 +79,7 @@ class MemoryImage {
   Segment* segment(int32_t address);
   // The segment for reading; nullptr out of range or when never written.
   const Segment* find(int32_t address) const;
-  uint8_t flags(int32_t address) const;
-  void setFlag(int32_t address, uint8_t bit, bool on);
+  void countRangeError() const { rangeErrors_.fetch_add(1, std::memory_order_relaxed); }
   // Calls visit(address, offset in its segment, index into the range, length) for each
   // in-range piece that stays within one segment.
   template <typename Visit>
@@ -86,9 +91,11 @@ class MemoryImage {
   template <typename Visit>
   void forEachPiece(int32_t address, size_t count, Visit visit) const;
 
+  mutable std::shared_mutex mutex_;
   std::array<std::unique_ptr<Segment>, kSegmentCount> segments_;
-  // A diagnostic count, kept by reads too: it says nothing about the image's contents.
-  mutable long rangeErrors_ = 0;
+  // A diagnostic count, kept by reads too (under a shared lock, hence atomic): it says
+  // nothing about the image's contents.
+  mutable std::atomic<long> rangeErrors_{0};
 };
 
 }  // namespace velmora

@@ -42,6 +42,7 @@ MessageLog::MessageLog(std::string logPath) : logPath_(std::move(logPath)) {}
 void MessageLog::Text2Buffer(std::string_view text) {
   const auto closed = list_.Append(text);
   for (const auto& line : closed) lineClosed(line);
+  openLineMayHaveChanged();
   if (!LoggingOn() || closed.empty()) return;
   std::string lines;
   for (const auto& line : closed) {
@@ -95,6 +96,13 @@ void MessageLog::reportLogFailure() {
   std::string line = "*ERROR: Cannot write log file " + logPath_;
   line += NewLine();
   for (const auto& closed : list_.Append(line)) lineClosed(closed);
+  openLineMayHaveChanged();
+}
+
+void MessageLog::openLineMayHaveChanged() {
+  if (!openObserver_ || list_.OpenLine() == reportedOpenLine_) return;
+  reportedOpenLine_ = list_.OpenLine();
+  openObserver_(reportedOpenLine_);
 }
 
 void MessageLog::lineClosed(const std::string& line) {

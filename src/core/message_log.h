@@ -24,6 +24,13 @@ class MessageLog {
   // Called with every line as soon as it is closed (the headless runner prints them).
   void SetLineObserver(std::function<void(const std::string&)> observer) { observer_ = std::move(observer); }
 
+  // Called whenever the open line (the one not yet closed) changes: the terminal output of
+  // a target program grows it character by character. An empty text: it was just closed.
+  void SetOpenLineObserver(std::function<void(const std::string&)> observer) {
+    openObserver_ = std::move(observer);
+    reportedOpenLine_ = list_.OpenLine();
+  }
+
   // Closed lines beginning with "*ERROR" so far: the headless runner fails its run on any.
   int ErrorLineCount() const { return errorLines_; }
 
@@ -46,6 +53,7 @@ class MessageLog {
  private:
   bool appendToLog(const std::string& lines);
   void lineClosed(const std::string& line);
+  void openLineMayHaveChanged();
   void reportLogFailure();
 
   MessageList list_;
@@ -54,6 +62,8 @@ class MessageLog {
   bool logFailureReported_ = false;
   int errorLines_ = 0;
   std::function<void(const std::string&)> observer_;
+  std::function<void(const std::string&)> openObserver_;
+  std::string reportedOpenLine_;
 };
 
 }  // namespace velmora

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <thread>
 #include <vector>
 
 #include "core/image_ops.h"
@@ -114,6 +117,46 @@ TEST(ImageOps, RelocateMonitorMovesBytesAndFlagsUnlessTheAreaOverlapsOrLeaves) {
   EXPECT_EQ(image.Flags(area.end), kDefined | kProtected | kValid);
   EXPECT_EQ(image.Flags(0xE00024), 0);
   EXPECT_EQ(image.GetByte(0xE00024), 0x24);  // the old data stays
+}
+
+// The window paints a page while the worker stores blocks into it: a read sees a block
+// whole or not at all, never half of one, and never a segment half made.
+TEST(MemoryImage, APageReadFromAnotherThreadSeesEveryBlockWhole) {
+  MemoryImage image;
+  constexpr int32_t kPage = 0x3A0000;  // a segment that does not exist yet
+  constexpr size_t kPageSize = 256;
+  constexpr int kBlocks = 3000;
+  std::atomic<bool> done{false};
+  std::thread worker([&] {
+    Bytes block(kPageSize);
+    for (int k = 1; k <= kBlocks; ++k) {
+      std::fill(block.begin(), block.end(), static_cast<uint8_t>(k));
+      if (k % 2 == 0) {
+        image.StoreFromTarget(kPage, block);
+      } else {
+        image.StoreLoaded(kPage, block);
+      }
+    }
+    done = true;
+  });
+  long torn = 0;
+  long reads = 0;
+  Bytes page(kPageSize);
+  Bytes flags(kPageSize);
+  while (!done || reads == 0) {
+    image.ReadBytes(kPage, page);
+    image.ReadFlags(kPage, flags);
+    ++reads;
+    if (std::count(page.begin(), page.end(), page.front()) != static_cast<long>(kPageSize)) ++torn;
+    if (std::count(flags.begin(), flags.end(), flags.front()) != static_cast<long>(kPageSize)) ++torn;
+    // A defined page is all defined; a byte read alone agrees with the segment existing.
+    if (image.IsDefined(kPage + 17) && !image.IsAllocated(MemoryImage::SegmentOf(kPage))) ++torn;
+  }
+  worker.join();
+  EXPECT_EQ(torn, 0) << "of " << reads << " reads";
+  EXPECT_EQ(image.GetByte(kPage + 255), static_cast<uint8_t>(kBlocks));
+  EXPECT_EQ(image.Flags(kPage), kDefined | kValid);
+  EXPECT_EQ(image.RangeErrors(), 0);
 }
 
 }  // namespace

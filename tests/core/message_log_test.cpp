@@ -105,3 +105,37 @@ TEST_F(MessageLogFile, SetLogFileStartsEmptyAndWriteLogFileAlwaysAppends) {
 
 }  // namespace
 }  // namespace velmora
+
+namespace velmora {
+namespace {
+
+// What the open-line observer hears for each piece of text, table by table.
+TEST(MessageLog, TheOpenLineObserverHearsEveryChangeOfTheOpenLineOnly) {
+  test::TempFolder folder;
+  MessageLog log((folder.path() / "LOG.TXT").string());
+  std::vector<std::string> heard;
+  log.SetOpenLineObserver([&](const std::string& open) { heard.push_back(open); });
+  const struct {
+    const char* text;
+    Lines heard;
+  } steps[] = {
+      {"H", {"H"}},                // terminal output grows the line a character at a time
+      {"i", {"Hi"}},
+      {"\r\n", {""}},              // closed: the open line is empty again
+      {"", {}},                    // nothing changed, nothing said
+      {"*Done\r\n", {}},           // opened and closed in one piece: the open line stays empty
+      {"ab\r\ncd", {"cd"}},
+      {"\r\nxy", {"xy"}},          // same length, other text
+  };
+  for (const auto& step : steps) {
+    heard.clear();
+    log.Text2Buffer(step.text);
+    EXPECT_EQ(heard, step.heard) << '"' << step.text << '"';
+  }
+  heard.clear();
+  log.WriteLine("z");
+  EXPECT_EQ(heard, Lines{""});
+}
+
+}  // namespace
+}  // namespace velmora
