@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <poll.h>
@@ -181,10 +182,38 @@ bool interactive(Session& session) {
         ok = velmora::EnterCommandLine(session, line) == 0 && ok;
       }
     }
-    session.frontend().ProcessEvents(std::chrono::milliseconds(0));
+    // The serial device's notifications come from the Qt event loop.
+    QCoreApplication::processEvents();
+    session.link().ServeUnsolicited(std::chrono::milliseconds(0));
   }
   return ok;
 }
+
+// Ctrl-C while the run goes on: the first asks the running script to stop between two of
+// its lines, the second ends the program at once.
+class InterruptWatch {
+ public:
+  explicit InterruptWatch(velmora::Interpreter& interpreter)
+      : thread_([&interpreter](std::stop_token stop) {
+          int seen = 0;
+          while (!stop.stop_requested()) {
+            const int interrupts = velmora::ConsoleFrontend::Interrupts();
+            if (interrupts >= 2) {
+              std::fprintf(stderr, "Interrupted.\n");
+              std::fflush(stdout);
+              std::_Exit(1);
+            }
+            if (interrupts > seen) {
+              seen = interrupts;
+              interpreter.RequestAbort();
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+          }
+        }) {}
+
+ private:
+  std::jthread thread_;
+};
 
 }  // namespace
 
@@ -204,10 +233,10 @@ int main(int argc, char** argv) {
   Session session(frontend, folder, [](const std::string&) -> std::unique_ptr<velmora::SerialPort> {
     return std::make_unique<velmora::QtSerialPort>();
   });
-  frontend.Attach(&session);
   LinePrinter printer(options.interactive);
   session.log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
-  frontend.SetIdleHandler([&] { printer.Open(session.log.List().OpenLine()); });
+  session.log.SetOpenLineObserver([&printer](const std::string& line) { printer.Open(line); });
+  InterruptWatch interruptWatch(session.interpreter());
 
   // A terminal user names files as a shell does: here first, quoted when they hold blanks.
   session.interpreter().SetConventions({velmora::RelativeNames::CurrentDirectoryFirst, true});

@@ -2,17 +2,14 @@
 
 #include <poll.h>
 #include <unistd.h>
-#include <QCoreApplication>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <thread>
 
 #include "link/bootstrap.h"
 #include "link/channel_switch.h"
-#include "session/startup.h"
-#include "session/session.h"
 
 namespace velmora {
 namespace {
@@ -96,26 +93,6 @@ std::optional<std::string> ConsoleFrontend::InputBox(std::string_view prompt, st
 
 void ConsoleFrontend::ShowMessageWindow(std::string_view text) {
   if (!text.empty()) std::fprintf(stderr, "[window] %s\n", printable(text).c_str());
-}
-
-void ConsoleFrontend::ProcessEvents(std::chrono::milliseconds maxWait) {
-  if (QCoreApplication::instance()) QCoreApplication::processEvents();
-  if (session_) {
-    session_->port().Poll();
-    const int interrupts = gInterrupts.load();
-    if (interrupts > interruptsSeen_) {
-      interruptsSeen_ = interrupts;
-      if (interrupts >= 2) {
-        Quit(*session_, false);
-        std::fprintf(stderr, "Interrupted.\n");
-        std::fflush(stdout);
-        std::_Exit(1);
-      }
-      session_->interpreter().RequestAbort();
-    }
-  }
-  if (idle_) idle_();
-  if (maxWait.count() > 0) std::this_thread::sleep_for(std::min(maxWait, std::chrono::milliseconds(10)));
 }
 
 }  // namespace velmora

@@ -52,7 +52,13 @@ void fail(CommandCall& call, bool failed, int16_t code) {
   if (failed) call.failure = code;
 }
 
-void refresh(Interpreter& in, RefreshTarget target) { ctx(in).frontend.RequestRefresh(target); }
+void refresh(Interpreter& in, const Change& change) { ctx(in).frontend.RequestRefresh(change); }
+
+// The span from the lowest selected address to the highest: what an operation on the
+// selections (or on their highlighting) may have changed.
+Change selectedSpan(const SelectionList& selections) {
+  return Change::Memory(selections.LowestSelectionStart(), selections.HighestSelectionEnd());
+}
 
 // The commands that send to the monitor straight away refuse without a connection, rather
 // than wait out a time-out for every byte and leave the image holding what was never sent.
@@ -71,7 +77,8 @@ void load(Interpreter& in, CommandCall& call) {
   call.general = kRan;
   const HexReadResult result = HexRead(path, ctx(in).image, ctx(in).selections, ctx(in).log);
   ctx(in).log.WriteLine("*Load: " + std::to_string(ctx(in).selections.ByteCount()) + " bytes loaded");
-  refresh(in, RefreshTarget::MemoryView);
+  // The file's ranges replaced the selections, wherever those were.
+  refresh(in, Change::All(RefreshTarget::MemoryView));
   fail(call, result.status != HexReadStatus::Ok, -1);
 }
 
@@ -110,7 +117,9 @@ void addSelection(Interpreter& in, CommandCall& call) {
   call.general = kRan;
   const bool added = ctx(in).selections.AddSelection(*start, *end);
   if (!added) ctx(in).log.WriteLine(kTooManySelectionsLine);
-  refresh(in, RefreshTarget::MemoryView);
+  // Merging with neighbours highlights nothing beyond the pair; a reversed pair selects
+  // nothing at all.
+  if (added && *start <= *end) refresh(in, Change::Memory(*start, *end));
   fail(call, !added, -3);
 }
 
@@ -121,7 +130,7 @@ void fillMemory(Interpreter& in, CommandCall& call) {
   call.general = kRan;
   FillSelections(ctx(in).image, ctx(in).selections, *value,
                  call.parameters[0].size() > 2 ? FillWidth::Word : FillWidth::Byte);
-  refresh(in, RefreshTarget::MemoryView);
+  refresh(in, selectedSpan(ctx(in).selections));
 }
 
 void simple(CommandCall& call, const std::function<void()>& action) {
@@ -171,6 +180,8 @@ void moveWord(Interpreter& in, CommandCall& call) {
   if (!targetConnected(in, call)) return;
   const uint8_t bytes[2] = {static_cast<uint8_t>(value), static_cast<uint8_t>(value >> 8)};
   ctx(in).image.StoreFromTarget(address, bytes);
+  refresh(in, Change::Memory(address, address + 1));
+  refresh(in, Change::Register(address));
   fail(call, in.link().monitor().Cmd_WriteWord(address, value) != 0, -20);
 }
 
@@ -206,7 +217,6 @@ std::vector<uint8_t> rawBytes(std::string_view text) {
 void sendBytes(Interpreter& in, std::span<const uint8_t> bytes) {
   if (!in.link().EnsurePortOpen()) return;
   Exchange exchange(in.link().transport());
-  if (exchange.Refused()) return;
   for (uint8_t byte : bytes) in.link().transport().SSSend(byte);
 }
 
@@ -327,8 +337,9 @@ const CommandSpec kCommands[] = {
     {"_clearselections",
      [](Interpreter& in, CommandCall& call) {
        simple(call, [&] {
+         const Change cleared = selectedSpan(ctx(in).selections);
          ctx(in).selections.ClearSelections();
-         refresh(in, RefreshTarget::MemoryView);
+         refresh(in, cleared);
        });
      }},
     {"_fillmemory", fillMemory},
@@ -336,7 +347,7 @@ const CommandSpec kCommands[] = {
      [](Interpreter& in, CommandCall& call) {
        simple(call, [&] {
          UnreadSelections(ctx(in).image, ctx(in).selections);
-         refresh(in, RefreshTarget::MemoryView);
+         refresh(in, selectedSpan(ctx(in).selections));
        });
      }},
     {"_connect", connect},
@@ -392,7 +403,7 @@ const CommandSpec kCommands[] = {
        simple(call, [&] {
          in.context().clipboard = CutSelections(ctx(in).image, ctx(in).selections);
          ctx(in).frontend.SetClipboardText(in.context().clipboard);
-         refresh(in, RefreshTarget::MemoryView);
+         refresh(in, selectedSpan(ctx(in).selections));
        });
      }},
     {"_paste",
@@ -402,7 +413,9 @@ const CommandSpec kCommands[] = {
        if (!start) return;
        call.general = kRan;
        const auto result = PasteClipboard(in.context().clipboard, *start, ctx(in).image, ctx(in).log);
-       refresh(in, RefreshTarget::MemoryView);
+       if (result.bytesPasted > 0) {
+         refresh(in, Change::Memory(*start, static_cast<int32_t>(*start + result.bytesPasted - 1)));
+       }
        fail(call, result.status != PasteStatus::Ok, -19);
      }},
     {"_mov", moveWord},

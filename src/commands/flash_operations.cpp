@@ -1,5 +1,6 @@
 #include "commands/flash_operations.h"
 
+#include <algorithm>
 #include <string>
 
 #include "commands/block_walk.h"
@@ -54,8 +55,46 @@ void stagePassword(Link& link, const MemoryUnit& unit, std::span<const uint8_t> 
     image.SetByte(at, password[i]);
     image.SetDefined(at, true);
   }
-  if (!password.empty()) link.monitor().Cmd_Write(unit.driverBufferAddress, static_cast<int32_t>(password.size()));
+  if (password.empty()) return;
+  const auto length = static_cast<int32_t>(password.size());
+  link.context().frontend.RequestRefresh(
+      Change::Memory(unit.driverBufferAddress, unit.driverBufferAddress + length - 1));
+  link.monitor().Cmd_Write(unit.driverBufferAddress, length);
 }
+
+// The programming run's progress over the bytes the user's selections cover: those of
+// the selections before the current one, and the current one's up to the next address.
+class ProgramProgress {
+ public:
+  ProgramProgress(Frontend& frontend, const SelectionList& user)
+      : frontend_(frontend), user_(user), total_(user.ByteCount()) {
+    frontend_.ShowProgress({kOperation, 0, total_});
+  }
+  ~ProgramProgress() { frontend_.ShowProgress({kOperation, done_, total_}); }
+  ProgramProgress(const ProgramProgress&) = delete;
+  ProgramProgress& operator=(const ProgramProgress&) = delete;
+
+  // The selections before `index` are done, and the one at `index` below `next`.
+  void Reached(int index, int64_t next) {
+    int64_t done = 0;
+    for (int i = 0; i < index; ++i) done += selectionBytes(user_.At(i));
+    const Selection s = user_.At(index);
+    done += std::clamp<int64_t>(next - s.start, 0, selectionBytes(s));
+    done_ = std::max(done_, done);
+    frontend_.ShowProgress({kOperation, done_, total_});
+  }
+
+ private:
+  static constexpr std::string_view kOperation = "Program";
+  static int64_t selectionBytes(const Selection& s) {
+    return s.end < s.start ? 0 : int64_t{s.end} - s.start + 1;
+  }
+
+  Frontend& frontend_;
+  const SelectionList& user_;
+  int64_t total_;
+  int64_t done_ = 0;
+};
 
 struct SimpleOperation {
   std::string_view loadingText;
@@ -117,7 +156,10 @@ int16_t EnsureDriver(Link& link, int unitIndex, std::string_view loadingText) {
   link.ForgetDrivers();
   unit.driverLoaded = true;
   unit.driverEntry = context.selections.At(0).start;
-  context.frontend.RequestRefresh(RefreshTarget::MemoryView);
+  // The driver's file was read over its ranges; the blocks announced themselves as they
+  // went, its selections were not shown before.
+  context.frontend.RequestRefresh(Change::Memory(context.selections.LowestSelectionStart(),
+                                                 context.selections.HighestSelectionEnd()));
   return flash_status::kOk;
 }
 
@@ -173,6 +215,7 @@ int16_t ProgramSelections(Link& link, bool intelligent) {
   auto& context = link.context();
   OperationScope scope(link);
   const SelectionList user = context.selections;  // loading a driver replaces the list
+  ProgramProgress progress(context.frontend, user);
   auto& units = context.settings.target.units;
   int64_t total = 0;
   MemoryLocation lastErased;
@@ -213,6 +256,8 @@ int16_t ProgramSelections(Link& link, bool intelligent) {
         context.image.SetByte(unit.driverBufferAddress + k, value);
         context.image.SetDefined(unit.driverBufferAddress + k, true);
       }
+      context.frontend.RequestRefresh(
+          Change::Memory(unit.driverBufferAddress, unit.driverBufferAddress + burst - 1));
       const int16_t written = link.monitor().Cmd_Write(unit.driverBufferAddress, burst);
       CallRegisters program = {driver_function::kProgram, burst, low(unit.driverBufferAddress),
                                (unit.driverBufferAddress >> 16) & 0xFFFF, 0,
@@ -224,6 +269,7 @@ int16_t ProgramSelections(Link& link, bool intelligent) {
         return flash_status::kCallFailed;
       }
       a += burst;
+      progress.Reached(i, a);
       const int64_t before = total;
       total += burst;
       if (total / 1024 > before / 1024) {

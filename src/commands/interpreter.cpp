@@ -3,6 +3,7 @@
 #include <chrono>
 #include <fstream>
 #include <limits>
+#include <thread>
 
 #include "commands/command_line.h"
 #include "commands/command_set.h"
@@ -17,11 +18,49 @@ namespace velmora {
 
 using namespace command_result;
 
+namespace {
+// The longest single wait of _delay.
+constexpr std::chrono::milliseconds kDelaySlice{50};
+}  // namespace
+
 Interpreter::Interpreter(CommandContext context) : context_(std::move(context)) {}
 
 int16_t Interpreter::ExecuteCommand(std::string_view line) {
+  link().context().log.WriteLine(">" + std::string(line));
+  return RunCommand(line);
+}
+
+namespace {
+
+// Notes which views a command has already told about its changes.
+class ToldViews {
+ public:
+  explicit ToldViews(ChangeFeed& feed) : feed_(feed) {
+    id_ = feed_.Subscribe([this](const Change& change) {
+      if (change.target == RefreshTarget::MemoryView) memory_ = true;
+      if (change.target == RefreshTarget::RegisterList) registers_ = true;
+    });
+  }
+  ~ToldViews() { feed_.Unsubscribe(id_); }
+  ToldViews(const ToldViews&) = delete;
+  ToldViews& operator=(const ToldViews&) = delete;
+
+  bool Memory() const { return memory_; }
+  bool Registers() const { return registers_; }
+
+ private:
+  ChangeFeed& feed_;
+  int id_ = 0;
+  bool memory_ = false;
+  bool registers_ = false;
+};
+
+}  // namespace
+
+int16_t Interpreter::RunCommand(std::string_view line) {
   MessageLog& log = link().context().log;
-  log.WriteLine(">" + std::string(line));
+  Frontend& frontend = link().context().frontend;
+  ToldViews told(frontend.Changes());
   SplitLine split = SplitCommandLine(line, conventions_.quotedParameters);
   CommandCall call;
   call.parameters = std::move(split.parameters);
@@ -44,9 +83,11 @@ int16_t Interpreter::ExecuteCommand(std::string_view line) {
     default:
       break;
   }
+  // A command that talked to the target may have changed memory or registers without
+  // knowing which; unless it said what it changed, the views show everything anew.
   if (link().state() == TargetState::Ready) {
-    link().context().frontend.RequestRefresh(RefreshTarget::MemoryView);
-    link().context().frontend.RequestRefresh(RefreshTarget::RegisterList);
+    if (!told.Memory()) frontend.RequestRefresh(Change::All(RefreshTarget::MemoryView));
+    if (!told.Registers()) frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
   }
   return static_cast<int16_t>(call.general + call.failure);
 }
@@ -86,11 +127,17 @@ void Interpreter::RequestQuit() {
 void Interpreter::Delay(int64_t seconds) {
   using Clock = std::chrono::steady_clock;
   const auto until = Clock::now() + std::chrono::seconds(std::max<int64_t>(seconds, 0));
-  auto& frontend = link().context().frontend;
-  // A running command is never cut short: Escape is seen between script lines.
+  // A running command is never cut short: Escape is seen between script lines. The line is
+  // served meanwhile, so a program started before the delay shows its output during it.
   while (Clock::now() < until) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now());
-    frontend.ProcessEvents(std::min(left, std::chrono::milliseconds(50)));
+    const auto slice = std::min(left, kDelaySlice);
+    const auto sliceEnd = Clock::now() + slice;
+    link().ServeUnsolicited(slice);
+    // A closed port has nothing to wait on, and bytes that nobody takes end every wait at
+    // once: the rest of the slice is slept then, never spun.
+    SerialPort& port = link().port();
+    if (!port.IsOpen() || port.BytesAvailable() > 0) std::this_thread::sleep_until(sliceEnd);
   }
 }
 
@@ -233,7 +280,7 @@ ScriptOutcome Interpreter::runScript(const std::vector<std::string>& lines) {
       }
       ++current;
     }
-    link().context().frontend.ProcessEvents(std::chrono::milliseconds(0));
+    link().ServeUnsolicited(std::chrono::milliseconds(0));
   }
   if (scriptAbort_) {
     log.WriteLine("*Script aborted");

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -70,12 +71,16 @@ class Interpreter {
  public:
   explicit Interpreter(CommandContext context);
 
+  // The ">" echo line, then RunCommand.
   int16_t ExecuteCommand(std::string_view line);
+  // One command line without the echo: the window's buttons and menus run their commands
+  // this way, so that only the command's own lines appear.
+  int16_t RunCommand(std::string_view line);
   ScriptOutcome ExecuteScript(const std::string& file);
 
-  // The Escape key of the windows, Ctrl-C of the runner.
-  void RequestAbort() { scriptAbort_ = true; }
-  bool AbortRequested() const { return scriptAbort_; }
+  // The Escape key of the windows, Ctrl-C of the runner; callable from any thread.
+  void RequestAbort() { scriptAbort_.store(true); }
+  bool AbortRequested() const { return scriptAbort_.load(); }
 
   // _quit: the program ends; no script line runs after it, also not in a calling script.
   void RequestQuit();
@@ -110,7 +115,7 @@ class Interpreter {
   // The text of _message and _cmessage.
   std::string MessageText(const std::vector<std::string>& parameters);
 
-  // Waits, letting the user interface run, for whole seconds.
+  // Waits for whole seconds, serving the line meanwhile.
   void Delay(int64_t seconds);
 
  private:
@@ -119,7 +124,7 @@ class Interpreter {
   CommandContext context_;
   CommandConventions conventions_;
   std::array<int32_t, kScriptVariables> variables_{};
-  bool scriptAbort_ = false;
+  std::atomic<bool> scriptAbort_{false};
   bool quitRequested_ = false;
   int scriptDepth_ = 0;
 };

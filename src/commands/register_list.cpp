@@ -32,7 +32,7 @@ bool RemoveSfr(Link& link, std::string_view name) {
   const auto found = std::find_if(list.begin(), list.end(), sameName(name));
   if (found == list.end()) return false;
   list.erase(found);
-  link.context().frontend.RequestRefresh(RefreshTarget::RegisterList);
+  link.context().frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
   return true;
 }
 
@@ -41,16 +41,19 @@ void RefreshSfr(Link& link) {
     const auto& registers = link.context().registers;
     for (const auto& name : shown(link)) {
       const int index = registers.FindRegister(name);
-      if (index >= 0 && registers.At(index).address >= 0) link.monitor().Cmd_Read(registers.At(index).address, 2);
+      const int32_t address = index >= 0 ? registers.At(index).address : -1;
+      if (address < 0) continue;
+      link.monitor().Cmd_Read(address, 2);
+      link.context().frontend.RequestRefresh(Change::Memory(address, address + 1));
     }
   }
-  link.context().frontend.RequestRefresh(RefreshTarget::RegisterList);
+  link.context().frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
 }
 
 void CheckSfr(Link& link) {
   const auto& registers = link.context().registers;
   std::erase_if(shown(link), [&](const std::string& name) { return registers.FindRegister(name) < 0; });
-  link.context().frontend.RequestRefresh(RefreshTarget::RegisterList);
+  link.context().frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
 }
 
 }  // namespace velmora

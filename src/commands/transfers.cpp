@@ -11,25 +11,45 @@
 namespace velmora {
 namespace {
 
-// Busy pointer while an operation runs, and the memory view redrawn when it is over.
-class BusyScope {
+// Busy pointer and progress while a transfer runs. Every block that crossed the line is
+// announced as the memory range it touched (its bytes or flags changed), so a view
+// redraws only what it shows of it.
+class TransferScope {
  public:
-  explicit BusyScope(Frontend& frontend) : frontend_(frontend) { frontend_.SetBusy(true); }
-  ~BusyScope() {
-    frontend_.RequestRefresh(RefreshTarget::MemoryView);
+  TransferScope(Frontend& frontend, std::string_view operation, int64_t total)
+      : frontend_(frontend), operation_(operation), total_(total) {
+    frontend_.SetBusy(true);
+  }
+  ~TransferScope() {
+    if (started_) frontend_.ShowProgress({operation_, done_, total_});
     frontend_.SetBusy(false);
   }
-  BusyScope(const BusyScope&) = delete;
-  BusyScope& operator=(const BusyScope&) = delete;
+  TransferScope(const TransferScope&) = delete;
+  TransferScope& operator=(const TransferScope&) = delete;
+
+  void Start() {
+    started_ = true;
+    frontend_.ShowProgress({operation_, 0, total_});
+  }
+  // The block has been moved; done counts every byte so far, this block included.
+  void BlockDone(int32_t address, int32_t length, int64_t done) {
+    done_ = done;
+    frontend_.RequestRefresh(Change::Memory(address, address + length - 1));
+    frontend_.ShowProgress({operation_, done_, total_});
+  }
 
  private:
   Frontend& frontend_;
+  std::string_view operation_;
+  int64_t total_;
+  int64_t done_ = 0;
+  bool started_ = false;
 };
 
 bool connected(Link& link) {
   if (link.state() == TargetState::Ready) return true;
   link.context().log.WriteLine("*ERROR: Not Connected to Target");
-  link.context().frontend.RequestRefresh(RefreshTarget::StatusText);
+  link.context().frontend.RequestRefresh(Change::State(static_cast<int32_t>(link.state())));
   return false;
 }
 
@@ -60,14 +80,16 @@ void forEachChecksumValue(MemoryImage& image, const SelectionList& selections, i
 
 int16_t DownloadSelections(Link& link) {
   auto& context = link.context();
-  BusyScope busy(context.frontend);
+  TransferScope scope(context.frontend, "Download", context.selections.ByteCount());
   if (!connected(link)) return kNotConnectedStatus;
+  scope.Start();
   const bool ok = WalkBlocks(context.selections, [&](int32_t address, int32_t length, int64_t total) {
     if (link.monitor().Cmd_Write(address, length) != 0) {
       context.log.WriteLine("*ERROR: download not successful");
       return false;
     }
     context.log.WriteLine(progress("Download", total));
+    scope.BlockDone(address, length, total);
     return true;
   });
   return ok ? 0 : -1;
@@ -75,8 +97,9 @@ int16_t DownloadSelections(Link& link) {
 
 int16_t UploadSelections(Link& link) {
   auto& context = link.context();
-  BusyScope busy(context.frontend);
+  TransferScope scope(context.frontend, "Upload", context.selections.ByteCount());
   if (!connected(link)) return kNotConnectedStatus;
+  scope.Start();
   const bool ok = WalkBlocks(context.selections, [&](int32_t address, int32_t length, int64_t total) {
     if (link.monitor().Cmd_Read(address, length) != 0) {
       context.log.WriteLine("*ERROR: no data received");
@@ -84,6 +107,7 @@ int16_t UploadSelections(Link& link) {
       return false;
     }
     context.log.WriteLine(progress("Upload", total));
+    scope.BlockDone(address, length, total);
     return true;
   });
   return ok ? 0 : -1;
@@ -91,8 +115,9 @@ int16_t UploadSelections(Link& link) {
 
 int32_t CompareSelections(Link& link, const std::string& reportFile) {
   auto& context = link.context();
-  BusyScope busy(context.frontend);
+  TransferScope scope(context.frontend, "Compare", context.selections.ByteCount());
   if (!connected(link)) return kNotConnectedStatus;
+  scope.Start();
   std::ofstream report;
   if (!reportFile.empty()) {
     report.open(reportFile, std::ios::binary | std::ios::trunc);
@@ -131,6 +156,7 @@ int32_t CompareSelections(Link& link, const std::string& reportFile) {
     }
     compared = total;
     context.log.WriteLine(progress("Compare", total));
+    scope.BlockDone(address, length, total);
     return true;
   });
   if (!ok) return -1;

@@ -300,8 +300,8 @@ bool Debugger::OnBreak(int32_t stopAddress) {
   }
   currentPosition = stopAddress;
   link_.currentAddress = stopAddress;
-  frontend.RequestRefresh(RefreshTarget::Disassembly);
-  frontend.RequestRefresh(RefreshTarget::RegisterList);
+  frontend.RequestRefresh(Change::All(RefreshTarget::Disassembly));
+  frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
   link_.SetState(TargetState::Ready);
   return true;
 }

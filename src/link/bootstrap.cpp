@@ -5,6 +5,7 @@
 #include "core/paths.h"
 #include "formats/hex_reader.h"
 #include "link/link.h"
+#include "link/memory_change_scope.h"
 
 namespace velmora {
 namespace {
@@ -33,7 +34,6 @@ std::string ackText(int16_t byte) { return HexN(byte, 2); }
 
 void Loader_pre(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return;
   const auto& images = link.context().settings.images;
   prepareStream(link, images.loaderKline, images.loader, "*Loader file Prepare",
                 link.boot.loaderStream);
@@ -41,7 +41,6 @@ void Loader_pre(Link& link) {
 
 void Velmora_pre(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return;
   const auto& images = link.context().settings.images;
   prepareStream(link, images.monitorKline, images.monitor, "*VelmoraKorda file Prepare",
                 link.boot.monitorStream);
@@ -49,7 +48,6 @@ void Velmora_pre(Link& link) {
 
 int16_t Initiate(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
   auto& context = link.context();
   if (context.frontend.MessageBox(kResetQuestion, BoxButtons::OkCancel, BoxIcon::None, {}) !=
       BoxAnswer::Ok) {
@@ -65,7 +63,6 @@ int16_t Initiate(Link& link) {
 
 int16_t Loader_new(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
   std::vector<uint8_t> stream = link.boot.loaderStream;
   if (!stream.empty()) link.transport().SSSendN(stream);
   link.boot.loaderAck = link.transport().SSReceive();
@@ -74,7 +71,6 @@ int16_t Loader_new(Link& link) {
 
 void Velmora_new(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return;
   auto& context = link.context();
   std::vector<uint8_t> stream = link.boot.monitorStream;
   if (!stream.empty()) link.transport().SSSendN(stream);
@@ -92,7 +88,6 @@ void Velmora_new(Link& link) {
 
 int16_t Receive_ID_VelmoraACK(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
   auto& log = link.context().log;
   const auto& bytes = link.context().settings.bytes;
   const BootstrapState& boot = link.boot;
@@ -129,25 +124,27 @@ int16_t ConnectTarget(Link& link) {
   if (!link.EnsurePortOpen()) return connect_status::kNoMonitorAck;
   // One exchange for the whole sequence: a port failure is said once and ends it.
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
+  MemoryChangeScope memory(context.frontend, context.selections);
   context.frontend.SetBusy(true);
   link.transport().Discard();
 
   Loader_pre(link);
+  memory.AddSelections();
   Velmora_pre(link);
+  memory.AddSelections();
   link.ForgetDrivers();
   int16_t status = Initiate(link);
   if (status == 0) {
     Loader_new(link);
     Velmora_new(link);
+    memory.Add(context.monitorArea.start, context.monitorArea.end);
     status = Receive_ID_VelmoraACK(link);
     if (status == connect_status::kOk) {
       context.log.WriteLine("*VelmoraKorda successfully launched");
       link.SetState(TargetState::Ready);
       if (link.afterConnection) link.afterConnection();
       link.SetState(TargetState::Ready);
-      context.frontend.RequestRefresh(RefreshTarget::MemoryView);
-      context.frontend.RequestRefresh(RefreshTarget::RegisterList);
+      context.frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
     }
   }
   context.selections.ClearSelections();

@@ -8,12 +8,12 @@
 #include "formats/clipboard_transfer.h"
 #include "formats/hex_reader.h"
 #include "link/link.h"
+#include "link/memory_change_scope.h"
 
 namespace velmora {
 
 int16_t Asc02Asc1_pre(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
   auto& context = link.context();
   if (context.frontend.MessageBox(kAsc1Question, BoxButtons::OkCancel, BoxIcon::None, {}) !=
       BoxAnswer::Ok) {
@@ -34,7 +34,6 @@ int16_t Asc02Asc1_pre(Link& link) {
 
 int16_t Asc02Asc1_ASC1Connection(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
   auto& context = link.context();
   if (context.frontend.MessageBox(kMoveCableMessage, BoxButtons::Ok, BoxIcon::Exclamation, {}) !=
       BoxAnswer::Ok) {
@@ -65,7 +64,7 @@ int16_t SwitchToAsc1(Link& link) {
   auto& context = link.context();
   if (!link.EnsurePortOpen()) return -2;
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
+  MemoryChangeScope memory(context.frontend, context.selections);
   context.frontend.SetBusy(true);
   link.transport().Discard();
   link.ForgetDrivers();
@@ -73,9 +72,8 @@ int16_t SwitchToAsc1(Link& link) {
   if (status == 0) status = Asc02Asc1_ASC1Connection(link);
   if (status == 0) {
     context.log.WriteLine("*VelmoraKorda communicated with ASC1 ");
-    context.frontend.RequestRefresh(RefreshTarget::MemoryView);
-    context.frontend.RequestRefresh(RefreshTarget::RegisterList);
-    context.frontend.RequestRefresh(RefreshTarget::StatusText);
+    context.frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
+    context.frontend.RequestRefresh(Change::State(static_cast<int32_t>(link.state())));
   } else {
     context.log.WriteLine("*VelmoraKorda communicated with ASC1 failed");
   }
@@ -88,7 +86,6 @@ int16_t ReconnectTarget(Link& link) {
   if (!link.EnsurePortOpen()) return -2;
   link.ForgetDrivers();
   const int16_t status = link.monitor().Cmd_reconnect();
-  if (status == monitor_status::kBusy) return status;
   if (status == 0) {
     link.context().log.WriteLine("*Monitor ready");
     link.SetState(TargetState::Ready);
@@ -122,7 +119,8 @@ int16_t MoveMonitor(Link& link, int32_t newStart) {
     return kMoveRefused;
   }
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return monitor_status::kBusy;
+  MemoryChangeScope memory(context.frontend, context.selections);
+  memory.Add(area.start, area.end);
   context.frontend.SetBusy(true);
 
   // The image gets the core at the current area, whatever address the file names; the
@@ -131,9 +129,11 @@ int16_t MoveMonitor(Link& link, int32_t newStart) {
   const bool kline = context.settings.communication.kline == 1;
   HexRead(ResolveStoredPath(context.programFolder, kline ? images.monitorKline : images.monitor).string(),
           context.image, context.selections, context.log);
+  memory.AddSelections();
   const std::string core = CutSelections(context.image, context.selections);
   PasteClipboard(core, area.start, context.image, context.log);
   RelocateMonitorImage(context.image, area, newStart);
+  memory.Add(area.start, area.end);
 
   for (int32_t offset = 0; offset < length; offset += 0xFFFF) {
     link.monitor().Cmd_Write(newStart + offset, std::min(length - offset, 0xFFFF));
@@ -144,8 +144,7 @@ int16_t MoveMonitor(Link& link, int32_t newStart) {
   context.selections.ClearSelections();
   if (ack == context.settings.bytes.applicationStarted) {
     context.log.WriteLine("*Velmora successfully moved to " + HexN(newStart, 6));
-    context.frontend.RequestRefresh(RefreshTarget::MemoryView);
-    context.frontend.RequestRefresh(RefreshTarget::RegisterList);
+    context.frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
   } else {
     context.log.WriteLine("*ERROR: Velmora Acknowledge not Received");
   }

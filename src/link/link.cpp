@@ -17,7 +17,7 @@ Link::Link(SerialPort& port, LinkContext context)
 
 void Link::SetState(TargetState state) {
   state_ = state;
-  context_.frontend.RequestRefresh(RefreshTarget::StatusText);
+  context_.frontend.RequestRefresh(Change::State(static_cast<int32_t>(state)));
 }
 
 bool Link::EnsurePortOpen() {
@@ -42,6 +42,13 @@ void Link::ClosePort() {
 bool Link::ApplyLineSettings() {
   lineSettings_ = LineSettingsOf(context_.settings.communication);
   return port_.IsOpen() && port_.Configure(lineSettings_);
+}
+
+void Link::ServeUnsolicited(std::chrono::milliseconds maxWait) {
+  if (!port_.IsOpen() || transport_.InExchange()) return;
+  if (maxWait.count() > 0 && port_.BytesAvailable() == 0) port_.WaitForInput(maxWait);
+  // A port with an event loop of its own has already notified from inside the wait.
+  port_.Poll();
 }
 
 void Link::ForgetDrivers() {

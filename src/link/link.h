@@ -3,6 +3,7 @@
 // unsolicited_bytes.h; they write their own message lines.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -70,6 +71,11 @@ class Link {
   const LineSettings& currentLineSettings() const { return lineSettings_; }
   // Every memory unit's driver counts as no longer in target RAM.
   void ForgetDrivers();
+  // Between exchanges: waits up to maxWait for bytes (not at all when some are already
+  // buffered) and hands what arrived to the port's received-byte handler, so that a
+  // started program's output and a break are seen while nothing else runs. Does nothing
+  // while the port is closed or an exchange is open (its bytes are the exchange's).
+  void ServeUnsolicited(std::chrono::milliseconds maxWait);
 
   BootstrapState boot;
   // Where the monitor is entered at a break; follows the monitor area.

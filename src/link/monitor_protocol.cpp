@@ -39,7 +39,6 @@ int16_t MonitorProtocol::finish(int16_t status) { return expect(bytes_.ack2) ? s
 
 int16_t MonitorProtocol::simple(int32_t command) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   return finish(begin(command));
 }
 
@@ -64,7 +63,6 @@ int16_t MonitorProtocol::Cmd_Swreset() { return simple(bytes_.swReset); }
 
 int16_t MonitorProtocol::Cmd_Jmp(int32_t address) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   int16_t status = begin(bytes_.go);
   sendAddress(address);
   return finish(status);
@@ -72,7 +70,6 @@ int16_t MonitorProtocol::Cmd_Jmp(int32_t address) {
 
 int16_t MonitorProtocol::Cmd_WriteWord(int32_t address, int32_t value) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   int16_t status = begin(bytes_.writeWord);
   sendAddress(address);
   sendWord(value);
@@ -81,7 +78,6 @@ int16_t MonitorProtocol::Cmd_WriteWord(int32_t address, int32_t value) {
 
 int16_t MonitorProtocol::Cmd_Call(int32_t address, CallRegisters& registers) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   int16_t status = begin(bytes_.call);
   sendAddress(address);
   for (int32_t value : registers) sendWord(value);
@@ -113,7 +109,6 @@ int16_t MonitorProtocol::Cmd_Call(int32_t address, CallRegisters& registers) {
 
 int16_t MonitorProtocol::Cmd_Write(int32_t address, int32_t count) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   int16_t status = begin(bytes_.writeBlock);
   sendAddress(address);
   sendWord(count);
@@ -135,7 +130,6 @@ int16_t MonitorProtocol::Cmd_Write(int32_t address, int32_t count) {
 
 int16_t MonitorProtocol::Cmd_Read(int32_t address, int32_t count) {
   Exchange exchange(transport_);
-  if (exchange.Refused()) return kBusy;
   int16_t status = begin(bytes_.readBlock);
   sendAddress(address);
   sendWord(count);

@@ -23,7 +23,6 @@ inline constexpr int16_t kNoAck2 = -2;       // also: no reply at all to a call
 inline constexpr int16_t kChecksum = -3;     // block: checksum differs, or the read timed out
 inline constexpr int16_t kNoChecksumAck2 = -4;
 inline constexpr int16_t kNoChecksumAck1 = -5;
-inline constexpr int16_t kBusy = -98;        // another exchange is running
 }  // namespace monitor_status
 
 // R8 .. R15 of a call, in and out.

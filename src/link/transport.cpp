@@ -35,12 +35,6 @@ bool Transport::hungUp() {
   return true;
 }
 
-void Transport::pump() {
-  pumping_ = true;
-  frontend_.ProcessEvents(std::chrono::milliseconds(0));
-  pumping_ = false;
-}
-
 bool Transport::waitFor(size_t n) {
   auto deadline = Clock::now() + Timeout();
   size_t seen = port_.BytesAvailable();
@@ -50,7 +44,6 @@ bool Transport::waitFor(size_t n) {
     if (now >= deadline) return false;
     const auto remaining = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
     port_.WaitForInput(std::min(remaining + std::chrono::milliseconds(1), kWaitSlice));
-    pump();
     const size_t available = port_.BytesAvailable();
     if (available > seen) deadline = Clock::now() + Timeout();  // progress restarts the clock
     seen = available;
@@ -70,7 +63,6 @@ void Transport::SSSend(uint8_t byte) {
   while (port_.BytesAvailable() < 1 && Clock::now() < deadline) {
     if (hungUp()) return;
     port_.WaitForInput(kWaitSlice);
-    pump();
   }
   port_.Read(1);
 }
@@ -104,10 +96,6 @@ void Transport::Discard() {
 }
 
 Exchange::Exchange(Transport& transport) : transport_(transport) {
-  if (transport_.pumping_) {
-    refused_ = true;
-    return;
-  }
   if (transport_.depth_++ == 0) {
     transport_.portFailed_ = false;
     transport_.port_.SetReceiveNotification(false);
@@ -115,7 +103,6 @@ Exchange::Exchange(Transport& transport) : transport_(transport) {
 }
 
 Exchange::~Exchange() {
-  if (refused_) return;
   if (--transport_.depth_ == 0) transport_.port_.SetReceiveNotification(true);
 }
 

@@ -1,9 +1,9 @@
 // The four byte-level primitives every exchange with the target is built on, with the
 // time-out rules of the line and the K-line echo handling.
 //
-// Waits let the user interface run. An exchange opened while the user interface is
-// being served from inside another exchange's wait is a second exchange and is refused;
-// procedures of one exchange may nest freely.
+// A wait blocks on the port alone, with a deadline that restarts whenever bytes arrive;
+// the user interface runs on a thread of its own meanwhile. Procedures of one exchange
+// may nest freely.
 #pragma once
 
 #include <chrono>
@@ -47,6 +47,8 @@ class Transport {
   bool PortFailed() const { return portFailed_; }
 
   std::chrono::milliseconds Timeout() const;
+  // True while an exchange is open: the bytes that arrive belong to it.
+  bool InExchange() const { return depth_ > 0; }
 
  private:
   friend class Exchange;
@@ -54,8 +56,6 @@ class Transport {
   void portFailure();
   // True (after reporting it) when the device has gone away: nothing will arrive.
   bool hungUp();
-  // Lets the user interface run; marks the time as served-from-a-wait.
-  void pump();
   // Waits until at least n bytes are in, or the line was silent for a time-out period.
   bool waitFor(size_t n);
 
@@ -64,13 +64,12 @@ class Transport {
   Frontend& frontend_;
   MessageLog& log_;
   bool portFailed_ = false;
-  bool pumping_ = false;
   int depth_ = 0;
 };
 
 // One exchange with the target: event reception is off while it lives and on again
-// afterwards. Check Refused() first: a second exchange started from the user interface
-// during a wait is refused.
+// afterwards. Two operations never run at once (the session's runner sees to that), so an
+// exchange is never refused.
 class Exchange {
  public:
   explicit Exchange(Transport& transport);
@@ -78,11 +77,8 @@ class Exchange {
   Exchange(const Exchange&) = delete;
   Exchange& operator=(const Exchange&) = delete;
 
-  bool Refused() const { return refused_; }
-
  private:
   Transport& transport_;
-  bool refused_ = false;
 };
 
 }  // namespace velmora

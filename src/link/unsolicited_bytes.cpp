@@ -20,7 +20,6 @@ void showTerminalByte(Link& link, uint8_t byte) {
 // The monitor's break entry left IP and CSP on the target stack; both are taken off.
 void handleBreak(Link& link) {
   Exchange exchange(link.transport());
-  if (exchange.Refused()) return;
   RegisterAccess& registers = link.registerAccess();
   const int32_t ip = registers.cmd_pop(true);
   const int32_t csp = registers.cmd_pop(true);
@@ -28,8 +27,8 @@ void handleBreak(Link& link) {
   if (link.onBreak && link.onBreak(breakAddress)) return;
   link.currentAddress = breakAddress;
   auto& frontend = link.context().frontend;
-  frontend.RequestRefresh(RefreshTarget::Disassembly);
-  frontend.RequestRefresh(RefreshTarget::RegisterList);
+  frontend.RequestRefresh(Change::All(RefreshTarget::Disassembly));
+  frontend.RequestRefresh(Change::All(RefreshTarget::RegisterList));
   link.SetState(TargetState::Ready);
 }
 

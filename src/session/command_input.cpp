@@ -13,7 +13,6 @@ int16_t EnterCommandLine(Session& session, std::string_view text) {
   if (!link.EnsurePortOpen()) return 0;
   Transport& transport = link.transport();
   Exchange exchange(transport);
-  if (exchange.Refused()) return 0;
   if (text[0] == ':') {
     for (size_t i = 1; i + 1 < text.size(); i += 2) {
       const int32_t value = HexVal(text.substr(i, 2));

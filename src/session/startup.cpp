@@ -56,7 +56,7 @@ bool waitForDefaults(Session& session, pid_t extractor, std::chrono::millisecond
     int status = 0;
     if (running && waitpid(extractor, &status, WNOHANG) == extractor) running = false;
     if (!running && readable(registerFile) && readable(memoryFile)) return true;
-    session.frontend().ProcessEvents(std::chrono::milliseconds(20));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return !running && readable(registerFile) && readable(memoryFile);
 }
