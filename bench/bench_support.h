@@ -23,8 +23,6 @@ class QuietFrontend : public Frontend {
   }
   void ShowMessageWindow(std::string_view) override {}
   void SetBusy(bool) override {}
-  void RequestRefresh(RefreshTarget) override {}
-  void ProcessEvents(std::chrono::milliseconds) override {}
   void SetClipboardText(std::string_view) override {}
   std::string ClipboardText() override { return {}; }
 };

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "commands/interpreter.h"
@@ -36,29 +37,14 @@ constexpr ScriptOutcome kRan = ScriptOutcome::Succeeded;
 constexpr ScriptOutcome kFail = ScriptOutcome::Failed;
 constexpr ScriptOutcome kAbort = ScriptOutcome::Aborted;
 
-// A frontend whose user presses Escape once, after a given number of event passes.
-class EscapeFrontend : public test::RecordingFrontend {
- public:
-  void ProcessEvents(std::chrono::milliseconds wait) override {
-    RecordingFrontend::ProcessEvents(wait);
-    if (interpreter_ && passesLeft_ > 0 && --passesLeft_ == 0) interpreter_->RequestAbort();
-  }
-  void EscapeAfter(Interpreter& interpreter, long passes) {
-    interpreter_ = &interpreter;
-    passesLeft_ = passes;
-  }
-  bool Pressed() const { return interpreter_ && passesLeft_ == 0; }
-
- private:
-  Interpreter* interpreter_ = nullptr;
-  long passesLeft_ = 0;
-};
-
 // A started session on its own copy of the program folder, with short time-outs.
 class Interpreting : public ::testing::Test {
  protected:
   void SetUp() override {
-    session.log.SetLineObserver([this](const std::string& line) { lines_.push_back(line); });
+    session.log.SetLineObserver([this](const std::string& line) {
+      lines_.push_back(line);
+      if (escapeAfter_ > 0 && --escapeAfter_ == 0) session.interpreter().RequestAbort();
+    });
     ASSERT_TRUE(Startup(session, {}));
     ASSERT_NE(session.virtualBoard(), nullptr);
     session.virtualBoard()->RecordReceived(true);
@@ -89,13 +75,17 @@ class Interpreting : public ::testing::Test {
   int32_t& Variable(int index) {
     return session.interpreter().variables()[static_cast<size_t>(index)];
   }
+  // The user presses Escape once, when the given number of message lines more is out.
+  void EscapeAfter(long lines) { escapeAfter_ = lines; }
+  bool EscapePressed() const { return escapeAfter_ == 0; }
 
   test::ProgramFolderCopy home;
-  EscapeFrontend frontend;
+  test::RecordingFrontend frontend;
   Session session{frontend, home.path()};
 
  private:
   Lines lines_;
+  long escapeAfter_ = -1;
   size_t seen_ = 0;
 };
 
@@ -300,9 +290,9 @@ TEST_F(Interpreting, ScriptsAndTheirResults) {
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.script.back() + " after " + c.script.front());
     Variable(9) = 0;
-    frontend.EscapeAfter(session.interpreter(), 60);
+    EscapeAfter(60);
     EXPECT_EQ(RunScript("run.scm", c.script), c.outcome);
-    EXPECT_EQ(frontend.Pressed(), c.result < 0);
+    EXPECT_EQ(EscapePressed(), c.result < 0);
     EXPECT_EQ(c.result < 0 ? c.result : Variable(9), c.result);
     EXPECT_EQ(TakeLines().back(), c.outcome == kRan    ? kSucceeded
                                   : c.outcome == kFail ? kFailed
@@ -397,13 +387,95 @@ TEST_F(Interpreting, SubScriptsEndWithoutEndingTheCaller) {
 
 TEST_F(Interpreting, EscapeDuringADelayEndsTheScriptAfterTheDelay) {
   using Clock = std::chrono::steady_clock;
-  frontend.EscapeAfter(session.interpreter(), 3);
+  Write("wait.scm", {"_delay 1", "_assign %1=1"});
+  // Escape comes from the window's thread while the worker waits.
+  std::jthread escape([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    session.interpreter().RequestAbort();
+  });
   const auto start = Clock::now();
-  EXPECT_EQ(RunScript("wait.scm", {"_delay 1", "_assign %1=1"}), kAbort);
+  EXPECT_EQ(session.interpreter().ExecuteScript("wait.scm"), kAbort);
   EXPECT_GE(Clock::now() - start, std::chrono::milliseconds(950));
-  EXPECT_TRUE(frontend.Pressed());
+  escape.join();
   EXPECT_EQ(Variable(1), 0);
   EXPECT_EQ(TakeLines(), (Lines{">_delay 1", kAborted}));
+}
+
+// A program started before a delay prints during it: the delay serves the line, so its
+// output is there long before the delay ends.
+TEST_F(Interpreting, ADelayShowsWhatTheStartedProgramPrints) {
+  using Clock = std::chrono::steady_clock;
+  ASSERT_TRUE(session.link().EnsurePortOpen());
+  std::vector<std::string> open;
+  Clock::duration seenAfter{};
+  const auto start = Clock::now();
+  session.log.SetOpenLineObserver([&](const std::string& line) {
+    if (line == "Hi") seenAfter = Clock::now() - start;
+    open.push_back(line);
+  });
+  session.virtualBoard()->EmitFromProgram(Bytes{'H', 'i'});
+  EXPECT_EQ(session.interpreter().RunCommand("_delay 1"), 0);
+  const auto took = Clock::now() - start;
+  EXPECT_GE(took, std::chrono::milliseconds(950));
+  ASSERT_EQ(open, (Lines{"H", "Hi"}));  // the line grows a character at a time
+  EXPECT_GE(took - seenAfter, std::chrono::milliseconds(500));
+  // A closed port has nothing to serve: the delay still lasts, without spinning.
+  session.link().ClosePort();
+  const auto closedStart = Clock::now();
+  EXPECT_EQ(session.interpreter().RunCommand("_delay 1"), 0);
+  EXPECT_GE(Clock::now() - closedStart, std::chrono::milliseconds(950));
+}
+
+// The window's buttons run commands without the echo; everything else is the same.
+TEST_F(Interpreting, RunCommandWritesTheCommandsLinesWithoutTheEcho) {
+  const struct {
+    const char* line;
+    int16_t status;
+    Lines after;
+  } kCases[] = {
+      {"_xorchecksum 16", 0, {"*Checksum: 0000  "}},
+      {"_foo", -1, {kIllegalCommand}},
+      {"_download", -9, {kNotConnected}},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.line);
+    EXPECT_EQ(session.interpreter().RunCommand(c.line), c.status);
+    EXPECT_EQ(TakeLines(), c.after);
+    EXPECT_EQ(session.interpreter().ExecuteCommand(c.line), c.status);
+    Lines echoed = c.after;
+    echoed.insert(echoed.begin(), ">" + std::string(c.line));
+    EXPECT_EQ(TakeLines(), echoed);
+  }
+}
+
+// After a command on a connected target the views learn what it changed: exactly that
+// when the command says so, everything when it cannot know.
+TEST_F(Interpreting, ACommandSaysWhatItChangedOrElseEverything) {
+  ASSERT_EQ(Run("_connect"), 0);
+  const Change allMemory = Change::All(RefreshTarget::MemoryView);
+  const Change allRegisters = Change::All(RefreshTarget::RegisterList);
+  const struct {
+    const char* line;
+    std::vector<Change> changes;
+  } kCases[] = {
+      {"_addselection 100,1ff", {Change::Memory(0x100, 0x1FF), allRegisters}},
+      {"_download", {Change::Memory(0x100, 0x1FF), allRegisters}},
+      {"_mov FE12,1234", {Change::Memory(0xFE12, 0xFE13), Change::Register(0xFE12)}},
+      {"_einit", {allMemory, allRegisters}},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.line);
+    frontend.changes.clear();
+    EXPECT_EQ(Run(c.line), 0);
+    std::vector<Change> shown;
+    for (const Change& change : frontend.changes) {
+      if (change.target == RefreshTarget::MemoryView ||
+          change.target == RefreshTarget::RegisterList) {
+        shown.push_back(change);
+      }
+    }
+    EXPECT_EQ(shown, c.changes);
+  }
 }
 
 // _quit ends the program: no later line runs, in the script, in a calling script, or after.

@@ -52,14 +52,26 @@ TEST_F(Transfers, BlockWalkAndProgressForEveryOperation) {
       for (const auto& s : walk.selected) ASSERT_TRUE(selections.AddSelection(s.start, s.end));
       Mark();
       frontend.busyChanges.clear();
+      frontend.changes.clear();
+      frontend.progress.clear();
       EXPECT_EQ(op.run(*link), 0);
       EXPECT_EQ(Blocks(TakeSent(), op.blockCommand), walk.blocks);
       Texts expected;
       int32_t total = 0;
+      int64_t covered = 0;
+      for (const auto& s : walk.selected) covered += s.end - s.start + 1;
+      // Each block is announced as the range it touched, and the bar moves after it.
+      std::vector<Change> changes;
+      std::vector<RecordedProgress> progress = {{op.name, 0, covered}};
       for (const auto& [address, count] : walk.blocks) {
         expected.push_back(std::string("*") + op.name + ":  " + std::to_string(total += count) +
                            " bytes ");
+        changes.push_back(Change::Memory(address, address + count - 1));
+        progress.push_back({op.name, total, covered});
       }
+      progress.push_back({op.name, covered, covered});
+      EXPECT_EQ(frontend.ChangesOf(RefreshTarget::MemoryView), changes);
+      EXPECT_EQ(frontend.progress, progress);
       if (std::string(op.name) == "Compare") {
         expected.push_back("*Comparison:  0 of  " + std::to_string(total) +
                            " bytes not corresponding");
@@ -116,8 +128,14 @@ TEST_F(Transfers, AFailedBlockStopsTheWalk) {
   for (const auto& f : kFailures) {
     SCOPED_TRACE(f.op.name);
     Mark();
+    frontend.changes.clear();
+    frontend.progress.clear();
     board->faults().ReplaceOutput(f.garbled, 0x00);
     EXPECT_EQ(f.op.run(*link), -1);
+    // Only the block that made it is announced; the bar stops where the walk stopped.
+    EXPECT_EQ(frontend.ChangesOf(RefreshTarget::MemoryView),
+              std::vector<Change>{Change::Memory(0x000, 0x3FF)});
+    EXPECT_EQ(frontend.progress.back(), (RecordedProgress{f.op.name, 1024, 3072}));
     EXPECT_EQ(NewLines(), (Texts{std::string("*") + f.op.name + ":  1024 bytes ", f.error}));
     EXPECT_EQ(Blocks(TakeSent(), f.op.blockCommand),
               (std::vector<std::pair<int32_t, int32_t>>{{0x000, 1024}, {0x400, 1024}}));

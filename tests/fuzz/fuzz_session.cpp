@@ -64,12 +64,16 @@ FuzzSession::FuzzSession() : started_(std::chrono::steady_clock::now()) {
   session_ = std::make_unique<Session>(frontend_, FuzzProgramFolder());
   session_->registers = ShippedRegisters();
   session_->decoder.RegistersChanged();
-  frontend_.onEvents = [this] {
-    ++eventPasses_;
-    if (eventPasses_ > kMaxEventPasses || !TimeLeft()) {
-      session_->interpreter().RequestAbort();
+  session_->log.SetLineObserver([this](const std::string&) {
+    if (++eventPasses_ > kMaxEventPasses) session_->interpreter().RequestAbort();
+  });
+  // A loop of bare DO and LOOP lines writes nothing; the time limit still ends it.
+  watchdog_ = std::jthread([this](std::stop_token stop) {
+    while (!stop.stop_requested()) {
+      if (!TimeLeft()) session_->interpreter().RequestAbort();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-  };
+  });
 }
 
 }  // namespace velmora::fuzz

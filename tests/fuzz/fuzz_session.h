@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "fuzz_support.h"
 #include "session/session.h"
@@ -28,8 +29,9 @@ std::string SafeLines(std::string_view input);
 
 class FuzzSession {
  public:
-  // Scripts loop until aborted by design; one input gets this many script lines (event
-  // passes) or this much time, whichever ends first, before the abort is requested.
+  // Scripts loop until aborted by design; one input gets this many message lines or this
+  // much time, whichever ends first, before the abort is requested (and requested again
+  // until the input ends, since a script started afterwards clears it).
   static constexpr long kMaxEventPasses = 2000;
   static constexpr std::chrono::milliseconds kMaxRunTime{300};
 
@@ -45,6 +47,8 @@ class FuzzSession {
   std::unique_ptr<Session> session_;
   long eventPasses_ = 0;
   std::chrono::steady_clock::time_point started_;
+  // Last, so that it stops before the session goes.
+  std::jthread watchdog_;
 };
 
 }  // namespace velmora::fuzz

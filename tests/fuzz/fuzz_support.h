@@ -36,9 +36,7 @@ inline std::string_view AsText(const uint8_t* data, size_t size) {
 // the fuzzer keeps the input.
 void Require(bool condition, const char* what);
 
-// Answers every box with OK (or Yes) and every input box with nothing. Each event pass
-// (the script engine makes one after every line) calls onEvents, so that a target can
-// bound scripts that loop until they are aborted.
+// Answers every box with OK (or Yes) and every input box with nothing.
 class QuietFrontend : public Frontend {
  public:
   BoxAnswer MessageBox(std::string_view, BoxButtons buttons, BoxIcon, std::string_view) override {
@@ -49,14 +47,8 @@ class QuietFrontend : public Frontend {
   }
   void ShowMessageWindow(std::string_view) override {}
   void SetBusy(bool) override {}
-  void RequestRefresh(RefreshTarget) override {}
-  void ProcessEvents(std::chrono::milliseconds) override {
-    if (onEvents) onEvents();
-  }
   void SetClipboardText(std::string_view text) override { clipboard_ = std::string(text); }
   std::string ClipboardText() override { return clipboard_; }
-
-  std::function<void()> onEvents;
 
  private:
   std::string clipboard_;

@@ -51,9 +51,8 @@ class Connection : public test::ObservedLinkFixture {
     linesSeen = all.size();
     return lines;
   }
-  bool Refreshed(RefreshTarget target) const {
-    return std::count(frontend.refreshes.begin(), frontend.refreshes.end(), target) > 0;
-  }
+  bool Refreshed(RefreshTarget target) const { return frontend.Refreshed(target); }
+  std::vector<Change> MemoryChanges() const { return frontend.ChangesOf(RefreshTarget::MemoryView); }
   void LoadDrivers() {
     settings.target.units.resize(2);
     for (auto& unit : settings.target.units) unit.driverLoaded = true;
@@ -259,7 +258,7 @@ class Connected : public Connection {
     ASSERT_NO_FATAL_FAILURE(Connect());
     NewLines();
     frontend.boxes.clear();
-    frontend.refreshes.clear();
+    frontend.changes.clear();
     LoadDrivers();
   }
 };
@@ -314,7 +313,9 @@ TEST_P(ChannelSwitch, LinesStatusAndWire) {
   EXPECT_EQ(link->state(), TargetState::Ready);
   EXPECT_FALSE(AnyDriverLoaded());
   EXPECT_EQ(selections.Count(), 0);
-  EXPECT_EQ(Refreshed(RefreshTarget::MemoryView), row.status == 0);
+  // The cleared selection is redrawn whatever the outcome; the registers after a switch.
+  EXPECT_EQ(MemoryChanges(), std::vector<Change>{Change::Memory(0x1000, 0x10FF)});
+  EXPECT_EQ(Refreshed(RefreshTarget::RegisterList), row.status == 0);
   EXPECT_EQ(row.status == 0 ? link->monitor().Cmd_Einit() : 0, 0);  // answers on ASC1
 }
 
@@ -333,7 +334,8 @@ TEST_F(Connected, ReconnectFindsTheMonitorOnAClosedPortAndForgetsTheDrivers) {
   EXPECT_EQ(NewLines(), TextLines{"*Monitor ready"});
   EXPECT_EQ(TakeSent(), Bytes{0x93});
   EXPECT_FALSE(AnyDriverLoaded());
-  EXPECT_TRUE(Refreshed(RefreshTarget::StatusText));
+  EXPECT_EQ(frontend.ChangesOf(RefreshTarget::StatusText).back(),
+            Change::State(static_cast<int32_t>(TargetState::Ready)));
 }
 
 TEST_F(Connected, ReconnectWithoutAnAnsweringMonitorGivesUpAfterTwoPeriods) {
@@ -396,7 +398,11 @@ TEST_F(Relocation, MovesTheMonitorTo8000) {
   EXPECT_EQ(TakeSent(), wire);
   ExpectMovedTo(0x008000, kLoadedArea.start);
   EXPECT_EQ(frontend.clipboard, "the user's own text");
-  EXPECT_TRUE(Refreshed(RefreshTarget::MemoryView));
+  // The old area and the new one, and nothing else.
+  EXPECT_EQ(MemoryChanges(),
+            (std::vector<Change>{Change::Memory(kLoadedArea.start, kLoadedArea.end),
+                                 Change::Memory(0x008000, 0x008000 + kMonitorLength - 1)}));
+  EXPECT_TRUE(Refreshed(RefreshTarget::RegisterList));
   EXPECT_EQ(link->monitor().Cmd_Einit(), 0);
 }
 
@@ -407,7 +413,11 @@ TEST_F(Relocation, MissingStartAcknowledgeStillMovesTheArea) {
   EXPECT_LT(Clock::now() - start, kPeriod + kSlack);
   EXPECT_EQ(NewLines(), TextLines{"*ERROR: Velmora Acknowledge not Received"});
   ExpectMovedTo(0x008000, kLoadedArea.start);
-  EXPECT_FALSE(Refreshed(RefreshTarget::MemoryView));
+  // The image moved all the same; the registers are not known to be the monitor's.
+  EXPECT_EQ(MemoryChanges(),
+            (std::vector<Change>{Change::Memory(kLoadedArea.start, kLoadedArea.end),
+                                 Change::Memory(0x008000, 0x008000 + kMonitorLength - 1)}));
+  EXPECT_FALSE(Refreshed(RefreshTarget::RegisterList));
 }
 
 // After a connection without a monitor file the host does not know where the monitor is

@@ -162,15 +162,12 @@ TEST_P(FaultMatrix, StatusWireImageAndTime) {
   CallRegisters r = {0x1234, 0, 0, 0, 0, 0, 0, 0};
   const size_t boxesBefore = frontend.boxes.size();
   const size_t linesBefore = Lines().size();
-  const long passesBefore = frontend.eventPasses;
   Arm(row.fault, *board, settings.communication);
 
   const auto start = Clock::now();
   EXPECT_EQ(kCommands[row.command].first(link->monitor(), r), row.status);
   EXPECT_LT(Since(start), row.periods * kPeriod + kSlack);
   EXPECT_EQ(TakeSent(), kCommands[row.command].second);
-  // The user interface runs during every wait.
-  EXPECT_TRUE(row.periods == 0 || frontend.eventPasses > passesBefore);
   EXPECT_EQ(frontend.boxes.size() - boxesBefore, row.boxes);
   for (size_t i = boxesBefore; i < frontend.boxes.size(); ++i) {
     EXPECT_EQ(frontend.boxes[i].text, kMissingReplyByteMessage);
@@ -272,65 +269,6 @@ TEST_F(LinkFaults, ALateReplyIsNotTakenForTheNextAnswer) {
   Bytes stored(4);
   image.ReadBytes(kBlock, stored);
   EXPECT_EQ(stored, kTargetData);
-}
-
-// ---------------------------------------------------------------------------------------
-// A second exchange started from inside a wait
-
-// Runs a piece of work once, the first time the link lets the user interface run.
-class ReentrantFrontend : public test::RecordingFrontend {
- public:
-  void ProcessEvents(std::chrono::milliseconds wait) override {
-    RecordingFrontend::ProcessEvents(wait);
-    if (auto work = std::exchange(duringWait, nullptr)) work();
-  }
-  std::function<void()> duringWait;
-};
-
-struct SecondRow {
-  const char* name;
-  std::function<int16_t(Link&)> run;
-};
-
-// The procedures without a status must show their refusal by doing nothing.
-const SecondRow kSecondRows[] = {
-    {"Cmd_Einit", [](Link& l) { return l.monitor().Cmd_Einit(); }},
-    {"Cmd_Write", [](Link& l) { return l.monitor().Cmd_Write(0xE00024, 4); }},
-    {"ConnectTarget", [](Link& l) { return ConnectTarget(l); }},
-    {"Initiate", [](Link& l) { return Initiate(l); }},
-    {"Loader_pre",
-     [](Link& l) {
-       Loader_pre(l);
-       return monitor_status::kBusy;
-     }},
-    {"SwitchToAsc1", [](Link& l) { return SwitchToAsc1(l); }},
-    {"MoveMonitor", [](Link& l) { return MoveMonitor(l, 0x008000); }},
-};
-
-TEST_F(LinkFaults, SecondExchangeInsideAWaitIsRefusedAndTheFirstCompletes) {
-  ReentrantFrontend reentrant;
-  Link busy(line, LinkContext{settings, image, selections, log, reentrant, registers, monitorArea,
-                              home.path()});
-  busy.SetState(TargetState::Ready);
-  board->memory().StoreLoaded(0x00F600, Bytes{0x11, 0x22, 0x33, 0x44});
-  const size_t lines = Lines().size();
-  for (const auto& row : kSecondRows) {
-    SCOPED_TRACE(row.name);
-    image.InitImage();
-    // The first answer comes late, so the host waits and lets the user interface run.
-    board->faults().DelayOutput(0, kPeriod / 2);
-    int16_t second = 0;
-    reentrant.duringWait = [&] { second = row.run(busy); };
-    EXPECT_EQ(busy.monitor().Cmd_Read(0x00F600, 4), 0);
-    EXPECT_EQ(second, monitor_status::kBusy);
-    EXPECT_EQ(TakeSent(), (Bytes{0x85, 0x00, 0xF6, 0x00, 0x04, 0x00, 0x33}));
-    EXPECT_EQ(image.Flags(0x00F603), kDefined | kValid);
-    EXPECT_EQ(image.Flags(0x00FA40), 0);  // no loader file was read
-    EXPECT_EQ(Lines().size(), lines);
-    EXPECT_TRUE(reentrant.boxes.empty());
-    EXPECT_EQ(monitorArea, (MonitorArea{0xE00024, 0xE002E7}));
-    EXPECT_EQ(busy.state(), TargetState::Ready);
-  }
 }
 
 }  // namespace

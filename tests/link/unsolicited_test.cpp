@@ -2,6 +2,7 @@
 // of a started program, and the monitor regaining control at a break.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -57,12 +58,37 @@ TEST_F(Unsolicited, TerminalOutputIsShownAsCharactersOrInHex) {
   }
 }
 
+// The line is served between exchanges only: bytes that arrive while one is open are
+// the exchange's, and a closed port is left alone.
+TEST_F(Unsolicited, ServingTheLineHandsOverOnlyWhatArrivesOutsideAnExchange) {
+  board->EmitFromProgram(Bytes{'H', 'i'});
+  {
+    Exchange exchange(link->transport());
+    link->ServeUnsolicited(std::chrono::milliseconds(0));
+    EXPECT_EQ(OpenLine(), "");
+    EXPECT_EQ(port->BytesAvailable(), 2U);
+  }
+  link->ServeUnsolicited(std::chrono::milliseconds(0));
+  EXPECT_EQ(OpenLine(), "Hi");
+  EXPECT_EQ(port->BytesAvailable(), 0U);
+  // A byte on its way ends the wait: it is handed over, the rest of the time is not waited.
+  board->EmitFromProgram(Bytes{'!'});
+  const auto start = std::chrono::steady_clock::now();
+  link->ServeUnsolicited(std::chrono::seconds(20));
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(OpenLine(), "Hi!");
+  link->ClosePort();
+  board->EmitFromProgram(Bytes{'?'});
+  link->ServeUnsolicited(std::chrono::milliseconds(0));
+  EXPECT_EQ(OpenLine(), "Hi!");
+}
+
 TEST_F(Unsolicited, Ack2WhileAProgramRunsIsItsReturnToTheMonitor) {
   ASSERT_EQ(link->monitor().Cmd_Jmp(0x001000), 0);
   link->SetState(TargetState::UserProgramRunning);
   board->EmitFromProgram(Bytes{'H', 'i'});
   port->Poll();
-  frontend.refreshes.clear();
+  frontend.changes.clear();
   board->ReturnToMonitor();
   board->EmitFromProgram(Bytes{'z', 'z'});  // discarded with the return
   port->Poll();
@@ -70,7 +96,7 @@ TEST_F(Unsolicited, Ack2WhileAProgramRunsIsItsReturnToTheMonitor) {
   EXPECT_EQ(Lines(), (TextLines{"Hi", "*Call: Successful returned to monitor"}));
   EXPECT_EQ(OpenLine(), "");
   EXPECT_EQ(port->BytesAvailable(), 0U);
-  EXPECT_EQ(frontend.refreshes, std::vector<RefreshTarget>{RefreshTarget::StatusText});
+  EXPECT_EQ(frontend.changes, std::vector<Change>{Change::State(1)});
   EXPECT_EQ(link->monitor().Cmd_Einit(), 0);
 }
 
@@ -91,7 +117,7 @@ TEST_F(Unsolicited, BreakPopsIpAndCspAndLeavesItToAHookThatDeclines) {
   for (TargetState state : {TargetState::Debugging, TargetState::DriverRunning}) {
     SCOPED_TRACE(static_cast<int>(state));
     link->SetState(state);
-    frontend.refreshes.clear();
+    frontend.changes.clear();
     board->HitBreak(0x012344);
     port->Poll();
     Bytes wire = PopWire(kResetSp - 4);
@@ -101,9 +127,9 @@ TEST_F(Unsolicited, BreakPopsIpAndCspAndLeavesItToAHookThatDeclines) {
     EXPECT_EQ(board->ReadWord(kSpRegister), kResetSp);
     EXPECT_EQ(link->currentAddress, 0x012344);
     EXPECT_EQ(link->state(), TargetState::Ready);
-    EXPECT_EQ(frontend.refreshes,
-              (std::vector<RefreshTarget>{RefreshTarget::Disassembly, RefreshTarget::RegisterList,
-                                          RefreshTarget::StatusText}));
+    EXPECT_EQ(frontend.changes, (std::vector<Change>{Change::All(RefreshTarget::Disassembly),
+                                                     Change::All(RefreshTarget::RegisterList),
+                                                     Change::State(1)}));
     EXPECT_EQ(OpenLine(), "");
     EXPECT_EQ(port->BytesAvailable(), 0U);
   }

@@ -1,6 +1,19 @@
 #include "recording_frontend.h"
 
+#include <algorithm>
+
 namespace velmora::test {
+
+RecordingFrontend::RecordingFrontend() {
+  Changes().Subscribe([this](const Change& change) { changes.push_back(change); });
+}
+
+std::vector<Change> RecordingFrontend::ChangesOf(RefreshTarget target) const {
+  std::vector<Change> found;
+  std::copy_if(changes.begin(), changes.end(), std::back_inserter(found),
+               [target](const Change& change) { return change.target == target; });
+  return found;
+}
 
 BoxAnswer RecordingFrontend::MessageBox(std::string_view text, BoxButtons buttons, BoxIcon icon,
                                         std::string_view) {

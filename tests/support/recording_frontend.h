@@ -1,6 +1,8 @@
-// A Frontend for tests: records every box and request and answers from a queue.
+// A Frontend for tests: records every box, change and progress report, and answers from a
+// queue.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
@@ -15,8 +17,20 @@ struct RecordedBox {
   BoxIcon icon;
 };
 
+struct RecordedProgress {
+  std::string operation;
+  int64_t done;
+  int64_t total;
+  friend bool operator==(const RecordedProgress&, const RecordedProgress&) = default;
+};
+
 class RecordingFrontend : public Frontend {
  public:
+  // Listens to its own change feed, as a window would.
+  RecordingFrontend();
+  RecordingFrontend(const RecordingFrontend&) = delete;
+  RecordingFrontend& operator=(const RecordingFrontend&) = delete;
+
   // Answers for the next message boxes, in order; when the queue is empty a box is
   // answered with Ok, or Yes for a Yes/No question.
   void QueueAnswer(BoxAnswer answer) { answers_.push_back(answer); }
@@ -28,8 +42,9 @@ class RecordingFrontend : public Frontend {
                                       std::string_view defaultText) override;
   void ShowMessageWindow(std::string_view text) override { messageWindow = std::string(text); }
   void SetBusy(bool busy) override { busyChanges.push_back(busy); }
-  void RequestRefresh(RefreshTarget target) override { refreshes.push_back(target); }
-  void ProcessEvents(std::chrono::milliseconds) override { ++eventPasses; }
+  void ShowProgress(const Progress& p) override {
+    progress.push_back({std::string(p.operation), p.done, p.total});
+  }
   void SetClipboardText(std::string_view text) override { clipboard = std::string(text); }
   std::string ClipboardText() override { return clipboard; }
 
@@ -37,9 +52,13 @@ class RecordingFrontend : public Frontend {
   std::vector<std::string> prompts;
   std::string messageWindow;
   std::vector<bool> busyChanges;
-  std::vector<RefreshTarget> refreshes;
-  long eventPasses = 0;
+  std::vector<Change> changes;
+  std::vector<RecordedProgress> progress;
   std::string clipboard;
+
+  // The changes recorded for one target, in order.
+  std::vector<Change> ChangesOf(RefreshTarget target) const;
+  bool Refreshed(RefreshTarget target) const { return !ChangesOf(target).empty(); }
 
  private:
   std::deque<BoxAnswer> answers_;
