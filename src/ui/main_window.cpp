@@ -36,6 +36,7 @@ MainWindow::MainWindow(SessionClient& client, QWidget* parent)
   setObjectName(QStringLiteral("FMain"));
   setWindowTitle(QStringLiteral("Velmora"));
   buildControls();
+  resize(1100, 760);
 
   connect(&client_, &SessionClient::lineClosed, &messages_, &MessageListModel::appendLine);
   connect(&client_, &SessionClient::openLineChanged, &messages_, &MessageListModel::setOpenLine);
@@ -215,16 +216,16 @@ void MainWindow::markNotAvailable(QWidget* widget, QAction* action) {
 }
 
 void MainWindow::onBusyChanged(bool busy) {
-  busy_ = busy;
+  // Someone typing commands one after another keeps the focus on the command line, which
+  // loses it while it is disabled.
+  if (busy) refocusCommandLine_ = commandLine_->hasFocus();
   for (QWidget* widget : operationWidgets_) widget->setEnabled(!busy);
   for (QAction* action : operationActions_) action->setEnabled(!busy);
   commandLine_->setEnabled(!busy);
   setMemoryEditing(!busy);
   if (!busy) {
     statusBar_->hideProgress();
-    // The typed command line keeps its focus between commands.
-    if (isActiveWindow() && !commandLine_->hasFocus() && focusWidget() == nullptr)
-      commandLine_->setFocus();
+    if (refocusCommandLine_) commandLine_->setFocus();
   }
 }
 

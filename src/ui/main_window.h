@@ -121,7 +121,7 @@ class MainWindow : public QMainWindow {
   std::array<QPushButton*, kUserScriptButtons> userScriptButtons_{};
   std::array<QAction*, 4> lastScriptEntries_{};
   FileChooser chooseFile_;
-  bool busy_ = false;
+  bool refocusCommandLine_ = false;
 };
 
 }  // namespace velmora::ui
