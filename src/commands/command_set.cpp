@@ -52,7 +52,9 @@ void fail(CommandCall& call, bool failed, int16_t code) {
   if (failed) call.failure = code;
 }
 
-void refresh(Interpreter& in, const Change& change) { ctx(in).frontend.RequestRefresh(change); }
+void refresh(Interpreter& in, const Change& change) {
+  ctx(in).frontend.RequestRefresh(change);
+}
 
 // The span from the lowest selected address to the highest: what an operation on the
 // selections (or on their highlighting) may have changed.

@@ -40,9 +40,7 @@ struct Change {
   static Change State(int32_t state) { return {RefreshTarget::StatusText, state, state}; }
 
   // first < 0 covers everything.
-  bool Covers(int32_t address) const {
-    return first < 0 || (address >= first && address <= last);
-  }
+  bool Covers(int32_t address) const { return first < 0 || (address >= first && address <= last); }
   friend bool operator==(const Change&, const Change&) = default;
 };
 

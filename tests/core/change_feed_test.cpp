@@ -29,8 +29,8 @@ TEST(ChangeFeed, AnUnsubscribedListenerHearsNothingMoreAndTheOthersGoOn) {
   EXPECT_NE(a, b);
   feed.Publish(Change::State(1));
   feed.Unsubscribe(b);
-  feed.Unsubscribe(b);       // twice is harmless
-  feed.Unsubscribe(12345);   // so is an id never given
+  feed.Unsubscribe(b);      // twice is harmless
+  feed.Unsubscribe(12345);  // so is an id never given
   feed.Publish(Change::State(0));
   EXPECT_EQ(first, (std::vector<Change>{Change::State(1), Change::State(0)}));
   EXPECT_EQ(second, std::vector<Change>{Change::State(1)});

@@ -148,7 +148,8 @@ TEST(MemoryImage, APageReadFromAnotherThreadSeesEveryBlockWhole) {
     image.ReadFlags(kPage, flags);
     ++reads;
     if (std::count(page.begin(), page.end(), page.front()) != static_cast<long>(kPageSize)) ++torn;
-    if (std::count(flags.begin(), flags.end(), flags.front()) != static_cast<long>(kPageSize)) ++torn;
+    if (std::count(flags.begin(), flags.end(), flags.front()) != static_cast<long>(kPageSize))
+      ++torn;
     // A defined page is all defined; a byte read alone agrees with the segment existing.
     if (image.IsDefined(kPage + 17) && !image.IsAllocated(MemoryImage::SegmentOf(kPage))) ++torn;
   }

@@ -119,13 +119,13 @@ TEST(MessageLog, TheOpenLineObserverHearsEveryChangeOfTheOpenLineOnly) {
     const char* text;
     Lines heard;
   } steps[] = {
-      {"H", {"H"}},                // terminal output grows the line a character at a time
+      {"H", {"H"}},  // terminal output grows the line a character at a time
       {"i", {"Hi"}},
-      {"\r\n", {""}},              // closed: the open line is empty again
-      {"", {}},                    // nothing changed, nothing said
-      {"*Done\r\n", {}},           // opened and closed in one piece: the open line stays empty
+      {"\r\n", {""}},     // closed: the open line is empty again
+      {"", {}},           // nothing changed, nothing said
+      {"*Done\r\n", {}},  // opened and closed in one piece: the open line stays empty
       {"ab\r\ncd", {"cd"}},
-      {"\r\nxy", {"xy"}},          // same length, other text
+      {"\r\nxy", {"xy"}},  // same length, other text
   };
   for (const auto& step : steps) {
     heard.clear();

@@ -52,7 +52,9 @@ class Connection : public test::ObservedLinkFixture {
     return lines;
   }
   bool Refreshed(RefreshTarget target) const { return frontend.Refreshed(target); }
-  std::vector<Change> MemoryChanges() const { return frontend.ChangesOf(RefreshTarget::MemoryView); }
+  std::vector<Change> MemoryChanges() const {
+    return frontend.ChangesOf(RefreshTarget::MemoryView);
+  }
   void LoadDrivers() {
     settings.target.units.resize(2);
     for (auto& unit : settings.target.units) unit.driverLoaded = true;

@@ -127,9 +127,9 @@ TEST_F(Unsolicited, BreakPopsIpAndCspAndLeavesItToAHookThatDeclines) {
     EXPECT_EQ(board->ReadWord(kSpRegister), kResetSp);
     EXPECT_EQ(link->currentAddress, 0x012344);
     EXPECT_EQ(link->state(), TargetState::Ready);
-    EXPECT_EQ(frontend.changes, (std::vector<Change>{Change::All(RefreshTarget::Disassembly),
-                                                     Change::All(RefreshTarget::RegisterList),
-                                                     Change::State(1)}));
+    EXPECT_EQ(frontend.changes,
+              (std::vector<Change>{Change::All(RefreshTarget::Disassembly),
+                                   Change::All(RefreshTarget::RegisterList), Change::State(1)}));
     EXPECT_EQ(OpenLine(), "");
     EXPECT_EQ(port->BytesAvailable(), 0U);
   }
