@@ -9,9 +9,11 @@
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QSplitter>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "core/frontend.h"
 #include "session/session.h"
@@ -133,7 +135,18 @@ void MainWindow::buildControls() {
 
   auto* central = new QWidget;
   auto* layout = new QHBoxLayout(central);
-  layout->addWidget(panel);
+  // On a small screen the button panel scrolls rather than squeezing the buttons.
+  auto* panelScroll = new QScrollArea;
+  panelScroll->setWidget(panel);
+  panelScroll->setWidgetResizable(true);
+  panelScroll->setFrameShape(QFrame::NoFrame);
+  panelScroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  // Wide enough for the widest button, also those hidden until a memory unit offers them.
+  int widest = 0;
+  for (const QPushButton* button : panel->findChildren<QPushButton*>())
+    widest = std::max(widest, button->sizeHint().width());
+  panelScroll->setMinimumWidth(widest + 60);
+  layout->addWidget(panelScroll);
   layout->addLayout(right, 1);
   setCentralWidget(central);
 
@@ -167,6 +180,7 @@ QWidget* MainWindow::buildButtonPanel() {
   }
 
   auto* flash = new QGroupBox(tr("Flash"));
+  flashGroup_ = flash;
   auto* flashLayout = new QVBoxLayout(flash);
   for (size_t i = 0; i < kFeatureButtons.size(); ++i) {
     const FeatureButton& feature = kFeatureButtons[i];
@@ -181,6 +195,7 @@ QWidget* MainWindow::buildButtonPanel() {
   layout->addWidget(flash);
 
   auto* user = new QGroupBox(tr("User Scripts"));
+  userScriptGroup_ = user;
   auto* userLayout = new QGridLayout(user);
   for (int i = 0; i < kUserScriptButtons; ++i) {
     auto* button = new QPushButton(QStringLiteral("F%1").arg(i + 1));
@@ -269,12 +284,15 @@ void MainWindow::RefreshFeatureButtons() {
   const SessionSnapshot snapshot = client_.snapshot();
   const auto features = VisibleFeatureButtons(snapshot.settings.target.units);
   for (size_t i = 0; i < featureButtons_.size(); ++i) featureButtons_[i]->setVisible(features[i]);
+  // An empty group would only take room from the panel.
+  flashGroup_->setVisible(std::find(features.begin(), features.end(), true) != features.end());
   const auto& scripts = snapshot.settings.files.userScripts;
   const auto assigned = VisibleUserScriptButtons(scripts);
   for (size_t i = 0; i < userScriptButtons_.size(); ++i) {
     userScriptButtons_[i]->setVisible(assigned[i]);
     userScriptButtons_[i]->setToolTip(QString::fromStdString(scripts[i]));
   }
+  userScriptGroup_->setVisible(std::find(assigned.begin(), assigned.end(), true) != assigned.end());
 }
 
 void MainWindow::RefreshLastScripts() {

@@ -120,6 +120,8 @@ class MainWindow : public QMainWindow {
   std::array<QPushButton*, kFeatureButtons.size()> featureButtons_{};
   std::array<QPushButton*, kUserScriptButtons> userScriptButtons_{};
   std::array<QAction*, 4> lastScriptEntries_{};
+  QWidget* flashGroup_ = nullptr;
+  QWidget* userScriptGroup_ = nullptr;
   FileChooser chooseFile_;
   bool refocusCommandLine_ = false;
 };
