@@ -182,6 +182,15 @@ class MainWindowTest : public QObject {
     QCOMPARE(lines, QStringList{">_clearselections"});
   }
 
+  void controllerFieldAndQuit() {
+    const QString type = QString::fromStdString(fixture_->client().snapshot().controllerName);
+    QVERIFY(!type.isEmpty());
+    QCOMPARE(control<QLineEdit>("TController")->text(), type);
+    QVERIFY(window_->isVisible());
+    typeCommand("_quit");
+    QTRY_VERIFY(!window_->isVisible());
+  }
+
   void userScriptButtonRunsItsFile() {
     const auto script = fixture_->folder() / "user_one.scm";
     writeScript(script, "_clearselections\r\n");
