@@ -84,6 +84,7 @@ void Runner::loop(SessionMaker makeSession) {
   std::unique_ptr<Session> session = makeSession();
   {
     std::lock_guard lock(mutex_);
+    workerId_ = std::this_thread::get_id();
     session_ = session.get();
     ready_ = true;
   }
@@ -105,8 +106,7 @@ void Runner::loop(SessionMaker makeSession) {
       // Between operations the line is served: a started program's output, the monitor
       // back from a routine or at a breakpoint.
       if (session->port().IsOpen()) {
-        session->port().WaitForInput(kIdleTurn);
-        session->port().Poll();
+        session->link().ServeUnsolicited(kIdleTurn);
       } else {
         std::unique_lock lock(mutex_);
         wake_.wait_for(lock, kIdleTurn, [this] { return stopping_ || !jobs_.empty(); });

@@ -51,7 +51,7 @@ class Runner {
   void SetBusyObserver(std::function<void(bool)> observer);
 
   // True on the worker thread: for code that must know where it runs.
-  bool OnWorker() const { return std::this_thread::get_id() == worker_.get_id(); }
+  bool OnWorker() const { return std::this_thread::get_id() == workerId_; }
 
  private:
   struct Job {
@@ -70,6 +70,7 @@ class Runner {
   std::atomic<bool> abortWanted_{false};
   std::function<void(bool)> busyObserver_;
   Session* session_ = nullptr;
+  std::thread::id workerId_;
   std::thread worker_;
 };
 

@@ -64,6 +64,9 @@ bool waitForDefaults(Session& session, pid_t extractor, std::chrono::millisecond
 }  // namespace
 
 bool Startup(Session& session, const StartupOptions& options) {
+  const auto step = [&options](int value) {
+    if (options.progress) options.progress(value);
+  };
   bool complete = true;
   const auto database = session.programFolder() / "mctypes.dat";
   if (!readable(database)) {
@@ -75,13 +78,20 @@ bool Startup(Session& session, const StartupOptions& options) {
       complete = false;
     }
   }
+  step(1);
   session.link().SetState(TargetState::NotConnected);
+  step(20);
   LoadControllerTypes(database.string(), session.programFolder(), session.controllerTypes, session.log);
+  step(30);
   LoadPreferences(session, (session.programFolder() / "default.ini").string());
+  step(50);
   session.oneRun.Apply(session.settings.communication, options.port, options.baud);
   session.image.InitImage();
   session.link().EnsurePortOpen();
+  step(70);  // the dialogs that keep state are the window's own; nothing to read here
+  step(80);
   LoadOpcodeTable((session.programFolder() / "CMDDEF" / "command.cmd").string(), session.opcodes, session.log);
+  step(90);
   session.selections.ClearSelections();
   if (session.log.LoggingOn()) session.log.StartLogFile();
   return complete;

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -21,6 +22,9 @@ struct StartupOptions {
   // For this run only, in force before the port is first opened (empty / 0: the file's).
   std::string port = {};
   int32_t baud = 0;
+  // The splash's progress bar: each step's value as it begins (1 once the program folder
+  // is complete, then 20 to 90).
+  std::function<void(int)> progress = {};
 };
 
 // Extraction when the controller database is missing, the database, the default

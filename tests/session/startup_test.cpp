@@ -80,7 +80,17 @@ TEST(Startup, InstalledFolderOpensThePortWithoutTalkingToTheTarget) {
 TEST(Startup, EmptyFolderIsFilledByTheExtractorAndStartUpGoesOn) {
   test::TempFolder home;
   Started run(home.path());
-  ASSERT_TRUE(Startup(run.session, {VELMORA_EXTRACT})) << ::testing::PrintToString(run.lines);
+  // The splash comes up only once the folder is complete, and then moves step by step.
+  std::vector<int> steps;
+  size_t boxesAtSplash = 0;
+  StartupOptions options{VELMORA_EXTRACT};
+  options.progress = [&](int value) {
+    if (value == 1) boxesAtSplash = run.frontend.boxes.size();
+    steps.push_back(value);
+  };
+  ASSERT_TRUE(Startup(run.session, options)) << ::testing::PrintToString(run.lines);
+  EXPECT_EQ(steps, (std::vector<int>{1, 20, 30, 50, 70, 80, 90}));
+  EXPECT_EQ(boxesAtSplash, 1U);
   EXPECT_EQ(run.BoxesSaying(kExtractingMessage), 1);
   EXPECT_TRUE(run.lines.empty()) << ::testing::PrintToString(run.lines);
   ExpectTolvaneOnTheVirtualPort(run.session);
