@@ -16,6 +16,7 @@
 #include "ui/main_window.h"
 #include "ui/session_client.h"
 #include "ui/splash.h"
+#include "ui/startup_scripts.h"
 
 namespace {
 
@@ -84,24 +85,6 @@ bool parse(int argc, char** argv, Options& options, std::string& error) {
   return true;
 }
 
-// The scripts of the command line, once, in order: a name that is no file is said in a
-// box and the next one still runs.
-void runStartupScripts(velmora::ui::SessionClient& client, const std::vector<std::string>& scripts) {
-  for (const std::string& word : scripts) {
-    client.runAndWait([word](velmora::Session& session) {
-      fs::path path = word;
-      if (!fs::is_regular_file(path)) path = session.Resolve(word);
-      if (!fs::is_regular_file(path)) {
-        session.frontend().MessageBox("Illegal startup parameters", velmora::BoxButtons::Ok,
-                                      velmora::BoxIcon::Critical, {});
-        return;
-      }
-      session.interpreter().ExecuteScript(fs::absolute(path).string());
-    });
-    if (client.snapshot().quitRequested) break;
-  }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -160,7 +143,7 @@ int main(int argc, char** argv) {
     return status;
   }
   // The first activation: the window is visible (and busy) while the scripts run.
-  QTimer::singleShot(0, &window, [&] { runStartupScripts(client, options.scripts); });
+  QTimer::singleShot(0, &window, [&] { velmora::ui::RunStartupScripts(client, options.scripts); });
   application.exec();
   client.shutDown(!options.noSave);
   return 0;
