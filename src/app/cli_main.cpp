@@ -19,6 +19,7 @@
 #include "disasm/disassembly_listing.h"
 #include "link/wait_precision.h"
 #include "session/command_input.h"
+#include "session/runner.h"
 #include "session/session.h"
 #include "session/startup.h"
 
@@ -163,28 +164,28 @@ bool runItem(const Item& item, Session& session) {
   return outcome == velmora::ScriptOutcome::Succeeded || outcome == velmora::ScriptOutcome::Quit;
 }
 
-// Reads command lines from standard input while serving the port between them.
-bool interactive(Session& session) {
+// Reads command lines from standard input on this thread; each runs on the worker, which
+// serves the line between them (target output shows as it arrives).
+bool interactive(velmora::Runner& runner) {
   bool ok = true;
+  bool quit = false;
   std::string pending;
-  while (!session.QuitRequested()) {
+  while (!quit) {
     pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (::poll(&input, 1, 20) > 0) {
-      char buffer[512];
-      const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
-      if (got <= 0) break;
-      pending.append(buffer, static_cast<size_t>(got));
-      for (size_t end;
-           !session.QuitRequested() && (end = pending.find('\n')) != std::string::npos;) {
-        std::string line = pending.substr(0, end);
-        pending.erase(0, end + 1);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (::poll(&input, 1, 20) <= 0) continue;
+    char buffer[512];
+    const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
+    if (got <= 0) break;
+    pending.append(buffer, static_cast<size_t>(got));
+    for (size_t end; !quit && (end = pending.find('\n')) != std::string::npos;) {
+      std::string line = pending.substr(0, end);
+      pending.erase(0, end + 1);
+      if (!line.empty() && line.back() == '\r') line.pop_back();
+      runner.Run([&](Session& session) {
         ok = velmora::EnterCommandLine(session, line) == 0 && ok;
-      }
+        quit = session.QuitRequested();
+      });
     }
-    // The serial device's notifications come from the Qt event loop.
-    QCoreApplication::processEvents();
-    session.link().ServeUnsolicited(std::chrono::milliseconds(0));
   }
   return ok;
 }
@@ -193,8 +194,8 @@ bool interactive(Session& session) {
 // its lines, the second ends the program at once.
 class InterruptWatch {
  public:
-  explicit InterruptWatch(velmora::Interpreter& interpreter)
-      : thread_([&interpreter](std::stop_token stop) {
+  explicit InterruptWatch(velmora::Runner& runner)
+      : thread_([&runner](std::stop_token stop) {
           int seen = 0;
           while (!stop.stop_requested()) {
             const int interrupts = velmora::ConsoleFrontend::Interrupts();
@@ -205,7 +206,7 @@ class InterruptWatch {
             }
             if (interrupts > seen) {
               seen = interrupts;
-              interpreter.RequestAbort();
+              runner.RequestAbort();
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
           }
@@ -230,53 +231,64 @@ int main(int argc, char** argv) {
   velmora::ConsoleFrontend frontend({options.noQuestions, false});
 
   const auto folder = velmora::ProgramFolder(options.home, argv[0]);
-  Session session(frontend, folder, [](const std::string&) -> std::unique_ptr<velmora::SerialPort> {
-    return std::make_unique<velmora::QtSerialPort>();
-  });
   LinePrinter printer(options.interactive);
-  session.log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
-  session.log.SetOpenLineObserver([&printer](const std::string& line) { printer.Open(line); });
-  InterruptWatch interruptWatch(session.interpreter());
-
-  // A terminal user names files as a shell does: here first, quoted when they hold blanks.
-  session.interpreter().SetConventions({velmora::RelativeNames::CurrentDirectoryFirst, true});
+  // The session lives on the runner's worker thread, as in the desktop program.
+  velmora::Runner runner([&] {
+    auto session = std::make_unique<Session>(
+        frontend, folder, [](const std::string&) -> std::unique_ptr<velmora::SerialPort> {
+          return std::make_unique<velmora::QtSerialPort>();
+        });
+    session->log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
+    session->log.SetOpenLineObserver([&printer](const std::string& line) { printer.Open(line); });
+    // A terminal user names files as a shell does: here first, quoted when they hold blanks.
+    session->interpreter().SetConventions({velmora::RelativeNames::CurrentDirectoryFirst, true});
+    return session;
+  });
+  InterruptWatch interruptWatch(runner);
 
   velmora::StartupOptions startup;
   startup.extractor = std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "velmora-extract";
   startup.port = options.port;
   startup.baud = options.baud;
-  bool ok = velmora::Startup(session, startup);
-
-  const auto& com = session.settings.communication;
-  // Only a person at a real board can be asked to press its reset button.
-  frontend.SetWaitForUser(::isatty(STDIN_FILENO) && !options.interactive &&
-                          com.PortText() != "virtual");
+  bool ok = true;
+  runner.Run([&](Session& session) {
+    ok = velmora::Startup(session, startup);
+    // Only a person at a real board can be asked to press its reset button.
+    frontend.SetWaitForUser(::isatty(STDIN_FILENO) && !options.interactive &&
+                            session.settings.communication.PortText() != "virtual");
+  });
 
   // Like the scripts named when the desktop program starts: each one runs, whatever became
   // of the one before; any failure makes the exit status 1.
+  bool quit = false;
   for (const Item& item : options.items) {
-    if (session.QuitRequested()) break;
+    if (quit) break;
     // Ctrl-C stops the run's list as it stops a script: nothing after it starts.
     if (velmora::ConsoleFrontend::Interrupts() > 0) {
       std::fputs("Interrupted: the remaining items are not run.\n", stderr);
       ok = false;
       break;
     }
-    ok = runItem(item, session) && ok;
+    runner.Run([&](Session& session) {
+      ok = runItem(item, session) && ok;
+      quit = session.QuitRequested();
+    });
   }
-  if (ok && options.interactive) ok = interactive(session);
+  if (ok && !quit && options.interactive) ok = interactive(runner);
 
-  if (options.disassemble) {
-    velmora::DisassemblyListing listing;
-    int32_t position = session.link().currentAddress;
-    velmora::FillDisassembly(session.selections, session.image, session.decoder, listing, position);
-    for (const auto& line : listing.instructions) std::printf("%s\n", line.c_str());
-    std::fflush(stdout);
-  }
-  velmora::Quit(session, !options.noSave);
+  runner.Run([&](Session& session) {
+    if (options.disassemble) {
+      velmora::DisassemblyListing listing;
+      int32_t position = session.link().currentAddress;
+      velmora::FillDisassembly(session.selections, session.image, session.decoder, listing, position);
+      for (const auto& line : listing.instructions) std::printf("%s\n", line.c_str());
+      std::fflush(stdout);
+    }
+    velmora::Quit(session, !options.noSave);
+    // Whatever wrote it, an error line means the run did not go as it should.
+    if (session.log.ErrorLineCount() > 0 || session.log.List().OpenLine().starts_with("*ERROR"))
+      ok = false;
+  });
   if (frontend.QuestionRefused()) ok = false;
-  // Whatever wrote it, an error line means the run did not go as it should.
-  if (session.log.ErrorLineCount() > 0 || session.log.List().OpenLine().starts_with("*ERROR"))
-    ok = false;
   return ok ? 0 : 1;
 }

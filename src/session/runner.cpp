@@ -1,7 +1,6 @@
 #include "session/runner.h"
 
 #include <chrono>
-#include <future>
 #include <optional>
 
 #include "session/session.h"
@@ -33,12 +32,14 @@ Runner::~Runner() {
   worker_.join();
 }
 
-bool Runner::Start(Operation operation) {
+bool Runner::Start(Operation operation) { return start({std::move(operation), true}); }
+
+bool Runner::start(Job job) {
   {
     std::lock_guard lock(mutex_);
     if (busy_.load() || stopping_) return false;
     busy_ = true;
-    jobs_.push_back({std::move(operation), true});
+    jobs_.push_back(std::move(job));
   }
   wake_.notify_one();
   return true;
@@ -47,11 +48,8 @@ bool Runner::Start(Operation operation) {
 bool Runner::Run(Operation operation) {
   auto done = std::make_shared<std::promise<void>>();
   auto finished = done->get_future();
-  const bool started = Start([operation = std::move(operation), done](Session& session) {
-    operation(session);
-    done->set_value();
-  });
-  if (!started) return false;
+  if (!start({std::move(operation), true, done})) return false;
+  // Returns once the token is free again, so that the caller's next Start is taken.
   finished.wait();
   return true;
 }
@@ -120,6 +118,7 @@ void Runner::loop(SessionMaker makeSession) {
       if (job->counts) busy_ = false;
     }
     if (job->counts && observer) observer(false);
+    if (job->finished) job->finished->set_value();
     idle_.notify_all();
   }
   // The session ends on the thread it lived on (its port belongs to this thread).

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -57,7 +58,10 @@ class Runner {
   struct Job {
     Operation work;
     bool counts;  // an operation (holds the token) rather than housekeeping
+    // Set once the operation has run and given the token back (Run waits for it).
+    std::shared_ptr<std::promise<void>> finished = nullptr;
   };
+  bool start(Job job);
   void loop(SessionMaker makeSession);
 
   mutable std::mutex mutex_;

@@ -80,6 +80,14 @@ TEST_F(RunnerTest, ASecondOperationIsRefusedWhileOneRunsAndTakenAfterwards) {
   EXPECT_TRUE(secondRan);
 }
 
+TEST_F(RunnerTest, RunReturnsWithTheTokenFreeForTheNextOperation) {
+  auto runner = MakeRunner();
+  // A caller that runs one operation after another is never refused in between.
+  int ran = 0;
+  for (int i = 0; i < 200; ++i) ASSERT_TRUE(runner->Run([&](Session&) { ++ran; })) << i;
+  EXPECT_EQ(ran, 200);
+}
+
 TEST_F(RunnerTest, HousekeepingRunsAfterTheOperationWithoutTakingTheToken) {
   auto runner = MakeRunner();
   std::promise<void> release;
