@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the build needs, only when one is missing.
 #   install-deps.sh           what building and running needs
-#   install-deps.sh --test    also clang and its runtime libraries, for the fuzz targets
+#   install-deps.sh --test    also clang and its runtime libraries, for the fuzz targets,
+#                             and pdftotext, with which the print test reads its PDF back
 set -euo pipefail
 
 packages=(
@@ -15,7 +16,7 @@ packages=(
   qt6-serialport-dev
 )
 if [ "${1:-}" = "--test" ]; then
-  packages+=(clang libclang-rt-14-dev)
+  packages+=(clang libclang-rt-14-dev poppler-utils)
 fi
 
 missing=()
