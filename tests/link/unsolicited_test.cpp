@@ -38,6 +38,8 @@ TEST_F(Unsolicited, TerminalOutputIsShownAsCharactersOrInHex) {
   const Row rows[] = {
       {0, TargetState::Ready, {'H', 'i'}, "Hi"},
       {1, TargetState::Ready, {'H', 'i'}, " 48 69"},
+      {1, TargetState::Ready, {0x0D}, " 0D"},  // a carriage return, not a line break
+      {1, TargetState::Ready, {0x0D, 0x0A}, " 0D 0A"},
       {2, TargetState::Ready, {0x41}, "A"},     // any other mode means characters
       {0, TargetState::Ready, {0xEA}, "\xEA"},  // ACK2 is a program's return only while one runs
       {1, TargetState::UserProgramRunning, {0x41, 0xEA}, " 41 EA"},
