@@ -125,8 +125,9 @@ void MainWindow::buildControls() {
   auto* splitter = new QSplitter(Qt::Vertical);
   splitter->addWidget(createMemoryView());
   splitter->addWidget(terminal);
-  splitter->setStretchFactor(0, 3);
-  splitter->setStretchFactor(1, 2);
+  // The memory page has a natural height; room the window gains goes to the messages.
+  splitter->setStretchFactor(0, 0);
+  splitter->setStretchFactor(1, 1);
   splitter->setChildrenCollapsible(false);
 
   auto* right = new QVBoxLayout;
