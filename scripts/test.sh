@@ -13,6 +13,7 @@ ctest --test-dir "$root/build" --output-on-failure -j "$(nproc)"
 echo "== Build and test with sanitizers"
 "$root/scripts/build.sh" build-sanitize -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=ON -DVELMORA_BENCH=OFF
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+  LSAN_OPTIONS=suppressions="$root/tests/lsan_system.supp" \
   ctest --test-dir "$root/build-sanitize" --output-on-failure -j "$(nproc)"
 
 echo "== Fuzz every reader for 30 s"
