@@ -376,7 +376,14 @@ class MainWindowTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT(progress->value() > 0, 10000);
     QVERIFY(fixture_->waitIdle(60000));
     ticker.stop();
-    QVERIFY2(longestGap <= 50, qPrintable(QString::number(longestGap)));
+    // Wall-clock gaps mean something only in the optimised build; under the sanitizers
+    // every allocation is slowed many times over, so there the bound is loose.
+#if defined(__SANITIZE_ADDRESS__)
+    constexpr qint64 kLongestGap = 250;
+#else
+    constexpr qint64 kLongestGap = 50;
+#endif
+    QVERIFY2(longestGap <= kLongestGap, qPrintable(QString::number(longestGap)));
     QVERIFY(progress->isHidden());
     QVERIFY(control("BDownload")->isEnabled());
     QVERIFY(fixture_->linesStartingWith("*ERROR").isEmpty());
