@@ -3,6 +3,7 @@
 #   install-deps.sh           what building and running needs
 #   install-deps.sh --test    also clang and its runtime libraries, for the fuzz targets,
 #                             and pdftotext, with which the print test reads its PDF back
+#   install-deps.sh --screenshots  also the virtual X display for tools/screenshots.sh
 set -euo pipefail
 
 packages=(
@@ -15,9 +16,10 @@ packages=(
   qt6-base-dev
   qt6-serialport-dev
 )
-if [ "${1:-}" = "--test" ]; then
-  packages+=(clang libclang-rt-14-dev poppler-utils)
-fi
+case "${1:-}" in
+  --test) packages+=(clang libclang-rt-14-dev poppler-utils) ;;
+  --screenshots) packages+=(xvfb xauth fonts-dejavu-core qt6-qpa-plugins) ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do

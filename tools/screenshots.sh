@@ -10,21 +10,8 @@ out=${1:?usage: tools/screenshots.sh DIR}
 mkdir -p "$out"
 out=$(cd "$out" && pwd)
 
-"$root/scripts/install-deps.sh"
-# The virtual display and the fonts a window needs, when missing.
-needed=()
-for package in xvfb xauth fonts-dejavu-core qt6-qpa-plugins; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || needed+=("$package")
-done
-if [ ${#needed[@]} -gt 0 ]; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "Missing: ${needed[*]} (run as root to install them)" >&2
-    exit 1
-  fi
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update
-  apt-get install -y --no-install-recommends "${needed[@]}"
-fi
+# What building needs, and the virtual display and fonts a window needs.
+"$root/scripts/install-deps.sh" --screenshots
 
 cmake -S "$root" -B "$root/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$root/build" -j "$(nproc)" --target velmora_programs
