@@ -6,7 +6,6 @@
 #include <QPixmap>
 #include <QWidget>
 #include <cstdio>
-#include <filesystem>
 
 #include "session/session.h"
 #include "ui/about_box.h"
@@ -19,64 +18,67 @@
 
 namespace velmora::app {
 
-namespace {
-
-// Lets the window settle (layouts, the worker's signals) before a picture is taken.
-void settle(int milliseconds) {
+void Settle(int milliseconds) {
   QElapsedTimer timer;
   timer.start();
   while (timer.elapsed() < milliseconds) QApplication::processEvents(QEventLoop::AllEvents, 10);
 }
 
-bool save(QWidget& widget, const QString& folder, const char* name) {
+bool SaveShot(ShotContext& shots, QWidget& widget, const char* name) {
   widget.show();
   widget.raise();
-  settle(300);
-  const QString path = QDir(folder).filePath(name);
+  Settle(300);
+  const QString path = QDir(shots.folder).filePath(name);
   const bool saved = widget.grab().save(path, "PNG");
   std::fprintf(saved ? stdout : stderr, "%s %s\n", saved ? "saved" : "could not save",
                path.toLocal8Bit().constData());
+  shots.ok = shots.ok && saved;
   return saved;
 }
 
-}  // namespace
+bool RunShotCommand(ShotContext& shots, const char* line) {
+  bool done = false;
+  shots.client.runAndWait(
+      [line, &done](Session& session) { done = session.interpreter().ExecuteCommand(line) == 0; });
+  if (!done) std::fprintf(stderr, "failed: %s\n", line);
+  shots.ok = shots.ok && done;
+  return done;
+}
 
 int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Splash& splash,
                       const std::string& folder) {
-  const QString target = QString::fromStdString(folder);
-  QDir().mkpath(target);
-  bool ok = true;
+  ShotContext shots{window, client, QString::fromStdString(folder)};
+  QDir().mkpath(shots.folder);
 
   // Nobody sits at the virtual board to press its reset button: boxes are answered OK.
   client.boxes().AnswerAutomatically(true);
   window.resize(1180, 820);
-  settle(200);
+  Settle(200);
   // What a user does first: connect, load a file (its ranges become the selection),
   // download it and check it.
-  for (const char* line : {"_connect", "_load SCRIPTS\\demo_ram.hex", "_download", "_compare"}) {
-    client.runAndWait([line, &ok](Session& session) {
-      ok = session.interpreter().ExecuteCommand(line) == 0 && ok;
-    });
-  }
+  for (const char* line : {"_connect", "_load SCRIPTS\\demo_ram.hex", "_download", "_compare"})
+    RunShotCommand(shots, line);
   if (auto* view = window.findChild<ui::MemoryView*>()) view->GotoPage(0xC000 / 16);
-  ok = save(window, target, "main_window.png") && ok;
+  SaveShot(shots, window, "main_window.png");
 
   splash.setProgress(50);
-  ok = save(splash, target, "splash.png") && ok;
+  SaveShot(shots, splash, "splash.png");
   splash.close();
 
   ui::TerminalSettingsDialog terminal(client.snapshot().settings.communication.terminalMode, &window);
-  ok = save(terminal, target, "terminal_settings.png") && ok;
+  SaveShot(shots, terminal, "terminal_settings.png");
   terminal.close();
 
   ui::PrintDialog print(&window);
-  ok = save(print, target, "print_dialog.png") && ok;
+  SaveShot(shots, print, "print_dialog.png");
   print.close();
 
   ui::AboutBox about(&window);
-  ok = save(about, target, "about.png") && ok;
+  SaveShot(shots, about, "about.png");
   about.close();
-  return ok ? 0 : 1;
+
+  // Each window of the program adds its pictures here, in its own file.
+  return shots.ok ? 0 : 1;
 }
 
 }  // namespace velmora::app

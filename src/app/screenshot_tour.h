@@ -2,7 +2,10 @@
 // how the project shows people what the program looks like (tools/screenshots.sh).
 #pragma once
 
+#include <QString>
 #include <string>
+
+class QWidget;
 
 namespace velmora::ui {
 class MainWindow;
@@ -17,5 +20,20 @@ namespace velmora::app {
 // Returns the program's exit status (1 when a step or a picture failed).
 int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Splash& splash,
                       const std::string& folder);
+
+// What each part of the tour works with; ok turns false when a step or a picture failed.
+struct ShotContext {
+  ui::MainWindow& window;
+  ui::SessionClient& client;
+  QString folder;
+  bool ok = true;
+};
+
+// Lets the windows settle (layouts, the worker's signals) before a picture is taken.
+void Settle(int milliseconds);
+// Shows the widget, lets it settle and saves it as folder/name (a PNG).
+bool SaveShot(ShotContext& shots, QWidget& widget, const char* name);
+// Runs a command line on the session and waits for it; false when it failed.
+bool RunShotCommand(ShotContext& shots, const char* line);
 
 }  // namespace velmora::app
