@@ -129,10 +129,10 @@ Figures measure(velmora::MemoryImage& image, const velmora::OpcodeTable& opcodes
     velmora::FillDisassembly(selections, image, decoder, listing, position);
     const double list = std::chrono::duration<double>(Clock::now() - listBegin).count();
     figures.listSeconds = std::min(figures.listSeconds, list);
-    figures.lines = listing.instructions.size();
+    figures.lines = listing.rows.size();
     figures.anyIllegal =
-        std::any_of(listing.instructions.begin(), listing.instructions.end(),
-                    [](const std::string& l) { return l.find("Illegal") != std::string::npos; });
+        std::any_of(listing.rows.begin(), listing.rows.end(),
+                    [](const velmora::ListingRow& r) { return r.text.starts_with("Illegal"); });
   }
   return figures;
 }

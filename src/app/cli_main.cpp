@@ -281,7 +281,7 @@ int main(int argc, char** argv) {
       velmora::DisassemblyListing listing;
       int32_t position = session.link().currentAddress;
       velmora::FillDisassembly(session.selections, session.image, session.decoder, listing, position);
-      for (const auto& line : listing.instructions) std::printf("%s\n", line.c_str());
+      for (const auto& line : velmora::ListingLines(listing)) std::printf("%s\n", line.c_str());
       std::fflush(stdout);
     }
     velmora::Quit(session, !options.noSave);

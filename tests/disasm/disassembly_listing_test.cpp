@@ -38,14 +38,34 @@ void expectListed(const ListingCase& c) {
   scratch.StoreLoaded(0, std::vector<uint8_t>{0xD7, 0x00, 0x01, 0x00});
   InstructionDecoder decoder{test::Shipped().opcodes, test::Shipped().registers};
   decoder.Disassemble(scratch, 0);
-  DisassemblyListing listing{{"old"}, {"O"}, 0};
+  DisassemblyListing listing{{ListingRow{}}, 0};
   int32_t position = kUnchanged;
   FillDisassembly(selections, image, decoder, listing, position);
-  EXPECT_EQ(listing.instructions, c.lines);
-  EXPECT_EQ(listing.breakpoints, Lines(c.lines.size(), " "));
+  EXPECT_EQ(ListingLines(listing), c.lines);
   EXPECT_EQ(position, c.position);
-  EXPECT_EQ(listing.selectedLine, c.position == kUnchanged ? -1 : 0);
+  EXPECT_EQ(listing.selectedRow, c.position == kUnchanged ? -1 : 0);
   EXPECT_EQ(image.RangeErrors(), 0);
+  // Each row carries what its line shows: the address and text, or nothing for stars.
+  for (const ListingRow& row : listing.rows) {
+    if (row.IsInstruction()) {
+      EXPECT_GT(row.length, 0);
+      EXPECT_EQ(row.Bytes()[0], image.GetByte(row.address));
+    } else {
+      EXPECT_EQ(row.address, -1);
+      EXPECT_TRUE(row.text.empty());
+    }
+  }
+}
+
+DisassemblyListing listed(MemoryImage& image,
+                          const std::vector<std::pair<int32_t, int32_t>>& ranges) {
+  SelectionList selections;
+  for (const auto& [start, end] : ranges) EXPECT_TRUE(selections.AddSelection(start, end));
+  InstructionDecoder decoder{test::Shipped().opcodes, test::Shipped().registers};
+  DisassemblyListing listing;
+  int32_t position = -1;
+  FillDisassembly(selections, image, decoder, listing, position);
+  return listing;
 }
 
 TEST(Listing, ARoutineReadsAsItsAssemblerListing) {
@@ -109,6 +129,61 @@ TEST(Listing, SelectionShapes) {
       {"nothing defined in sixteen megabytes", {}, {{0, kHighestAddress}}, {kStars}, kUnchanged},
   };
   for (const auto& c : cases) expectListed(c);
+}
+
+TEST(Listing, RowsHoldTheInstructionBytesAndTheirKind) {
+  MemoryImage image;
+  image.StoreLoaded(0xC000, std::vector<uint8_t>{0xE6, 0xF4, 0x34, 0x12, 0xF0, 0x12, 0xC1, 0x00});
+  const DisassemblyListing listing = listed(image, {{0xC000, 0xC007}});
+  struct Expected {
+    ListingRowKind kind;
+    int32_t address;
+    std::vector<uint8_t> bytes;
+    std::string text;
+  };
+  const Expected expected[] = {
+      {ListingRowKind::Instruction, 0xC000, {0xE6, 0xF4, 0x34, 0x12}, "MOV     R4,#1234h"},
+      {ListingRowKind::Instruction, 0xC004, {0xF0, 0x12}, "MOV     R1,R2"},
+      // An opcode the table does not know still shows the instruction word it stands in.
+      {ListingRowKind::Instruction, 0xC006, {0xC1, 0x00}, "Illegal Instruction"},
+      {ListingRowKind::Separator, -1, {}, ""},
+  };
+  ASSERT_EQ(listing.rows.size(), std::size(expected));
+  for (size_t i = 0; i < std::size(expected); ++i) {
+    SCOPED_TRACE(i);
+    const ListingRow& row = listing.rows[i];
+    EXPECT_EQ(row.kind, expected[i].kind);
+    EXPECT_EQ(row.address, expected[i].address);
+    EXPECT_EQ(std::vector<uint8_t>(row.Bytes().begin(), row.Bytes().end()), expected[i].bytes);
+    EXPECT_EQ(row.text, expected[i].text);
+  }
+}
+
+TEST(Listing, FindsTheRowOfAnInstructionsAddress) {
+  MemoryImage image;
+  image.StoreLoaded(0x10000, std::vector<uint8_t>{0xCC, 0x00, 0xF0, 0x12, 0xCB, 0x00});
+  image.StoreLoaded(0x20000, std::vector<uint8_t>{0xE6, 0xF4, 0x34, 0x12, 0xCC, 0x00});
+  const DisassemblyListing listing = listed(image, {{0x10000, 0x10005}, {0x20000, 0x20005}});
+  ASSERT_EQ(listing.rows.size(), 7U);
+  struct Case {
+    int32_t address;
+    int row;
+  };
+  // Inside an instruction, between selections and the separators' -1 find nothing.
+  for (const Case c : {Case{0x10000, 0}, Case{0x10002, 1}, Case{0x10004, 2}, Case{0x20000, 4},
+                       Case{0x20004, 5}, Case{0x20002, -1}, Case{0x10006, -1}, Case{-1, -1}}) {
+    EXPECT_EQ(FindListingRow(listing, c.address), c.row) << std::hex << c.address;
+  }
+}
+
+TEST(Listing, TheLastInstructionOfTheAddressSpaceKeepsOnlyItsOwnBytes) {
+  MemoryImage image;
+  image.StoreLoaded(0xFFFFFE, std::vector<uint8_t>{0xE6, 0xF4});  // a 4-byte opcode
+  const DisassemblyListing listing = listed(image, {{0xFFFFFE, kHighestAddress}});
+  ASSERT_EQ(listing.rows.size(), 2U);
+  EXPECT_EQ(listing.rows[0].address, 0xFFFFFE);
+  EXPECT_EQ(listing.rows[0].length, 2);
+  EXPECT_FALSE(listing.rows[1].IsInstruction());
 }
 
 }  // namespace
