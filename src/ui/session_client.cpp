@@ -106,7 +106,10 @@ class SessionClient::Bridge : public Frontend {
 
 SessionClient::SessionClient(std::filesystem::path programFolder, PortFactory externalPorts,
                              QWidget* boxParent, QObject* parent)
-    : QObject(parent), boxes_(boxParent), bridge_(std::make_unique<Bridge>(*this)) {
+    : QObject(parent),
+      programFolder_(programFolder),
+      boxes_(boxParent),
+      bridge_(std::make_unique<Bridge>(*this)) {
   qRegisterMetaType<velmora::Change>();
   runner_ = std::make_unique<Runner>([this, folder = std::move(programFolder),
                                       ports = std::move(externalPorts)]() {
@@ -204,7 +207,21 @@ void SessionClient::publishSnapshot(Session& session) {
   copy.portOpen = session.port().IsOpen();
   copy.controllerName = session.settings.target.mcType;
   copy.quitRequested = session.QuitRequested();
+  for (const std::string& name : session.settings.frontend.display) {
+    const int index = session.registers.FindRegister(name);
+    if (index < 0) continue;
+    const RegisterDefinition& reg = session.registers.At(index);
+    copy.shownRegisters.push_back({reg.name, index, reg.address});
+  }
+  copy.debugPosition = session.debugger().currentPosition;
+  const bool settled =
+      copy.state == TargetState::Ready || copy.state == TargetState::NotConnected;
+  if (settled) {
+    for (const Breakpoint& breakpoint : session.debugger().Breakpoints())
+      copy.breakpoints.push_back(breakpoint.address);
+  }
   std::lock_guard lock(snapshotMutex_);
+  if (!settled) copy.breakpoints = snapshot_.breakpoints;
   snapshot_ = std::move(copy);
 }
 

@@ -36,6 +36,8 @@ class SessionClient : public QObject {
   ~SessionClient() override;
 
   BoxHost& boxes() { return boxes_; }
+  // The folder the session was made for (its PREFS, DRIVER and SCRIPTS folders).
+  const std::filesystem::path& programFolder() const { return programFolder_; }
 
   // Queues an operation on the worker. False, with nothing queued, while another one
   // runs: the caller's control should have been disabled.
@@ -90,6 +92,7 @@ class SessionClient : public QObject {
   void publishSnapshot(Session& session);
   void publishSnapshotFor(Session& session, const Change& change);
 
+  std::filesystem::path programFolder_;
   BoxHost boxes_;
   std::unique_ptr<Bridge> bridge_;  // the Frontend the core calls on the worker
   std::unique_ptr<Runner> runner_;
