@@ -5,26 +5,11 @@
 
 #include "core/frontend.h"
 #include "core/hex_text.h"
+#include "disasm/decoded_instruction.h"
 #include "link/link.h"
 
 namespace velmora {
 namespace {
-
-// The hexadecimal number of an operand text such as "1234h" or "05h"; -1 when none.
-int32_t hexOperand(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  if (!text.empty() && (text.back() == 'h' || text.back() == 'H')) text.remove_suffix(1);
-  return text.empty() ? -1 : HexVal(text);
-}
-
-std::string_view afterLast(std::string_view text, char separator) {
-  const auto at = text.rfind(separator);
-  return at == std::string_view::npos ? text : text.substr(at + 1);
-}
-
-bool conditional(std::string_view operands) {
-  return operands.substr(0, 5) != "cc_UC";
-}
 
 bool overlaps(int32_t first, int firstLength, int32_t second, int secondLength) {
   return first < second + secondLength && second < first + firstLength;
@@ -136,60 +121,47 @@ bool Debugger::Toggle(int32_t address) {
 std::vector<int32_t> Debugger::NextPositions(int32_t position) {
   MemoryImage& image = link_.context().image;
   decoder_.ResetCounters();
-  const std::string text = decoder_.Disassemble(image, position);
-  const std::string_view line = text;
-  const auto blank = line.find(' ');
-  const std::string_view mnemonic = line.substr(0, blank);
-  std::string_view operands =
-      blank == std::string_view::npos ? std::string_view{} : line.substr(blank);
-  while (!operands.empty() && operands.front() == ' ') operands.remove_prefix(1);
+  const DecodedInstruction instruction = decoder_.Decode(image, position);
+  const Flow& flow = instruction.flow;
 
   const int32_t segment = position & 0xFF0000;
   const int32_t following = segment | ((position + codeLength(position)) & 0xFFFF);
-  const auto inSegment = [segment](int32_t offset) { return segment | (offset & 0xFFFF); };
-  const auto branch = [&](int32_t target, bool mayFallThrough) {
+  const auto branch = [&](int32_t target) {
     std::vector<int32_t> next = {target};
-    if (mayFallThrough && following != target) next.push_back(following);
+    if (flow.MayFallThrough() && following != target) next.push_back(following);
     return next;
   };
   RegisterAccess& registers = link_.registerAccess();
 
-  if (mnemonic == "JMPA" || mnemonic == "CALLA") {
-    return branch(inSegment(hexOperand(afterLast(operands, ','))), conditional(operands));
-  }
-  if (mnemonic == "JMPR") {
-    return branch(inSegment(hexOperand(afterLast(operands, ','))), conditional(operands));
-  }
-  if (mnemonic == "CALLR") return {inSegment(hexOperand(operands))};
-  if (mnemonic == "JB" || mnemonic == "JNB" || mnemonic == "JBC" || mnemonic == "JNBS") {
-    return branch(inSegment(hexOperand(afterLast(operands, ','))), true);
-  }
-  if (mnemonic == "JMPI" || mnemonic == "CALLI") {
-    // "[Rn]" with n in decimal: the jump goes where the register points.
-    int number = 0;
-    for (size_t at = operands.find("[R") + 2; at < operands.size() && operands[at] != ']'; ++at) {
-      number = number * 10 + (operands[at] - '0');
+  switch (instruction.status == DecodeStatus::kUnknownInstruction ? FlowKind::kSequential
+                                                                    : flow.kind) {
+    case FlowKind::kJump:
+    case FlowKind::kConditionalJump:
+    case FlowKind::kCall:
+    case FlowKind::kConditionalCall:
+      if (flow.target) return branch(*flow.target);
+      // JMPI and CALLI go where the register points.
+      return branch(segment | (registers.cmd_readgpr(flow.indirectRegister) & 0xFFFF));
+    case FlowKind::kReturn:
+      return {segment | (registers.cmd_pop(false) & 0xFFFF)};
+    case FlowKind::kFarReturn:
+    case FlowKind::kReturnFromInterrupt: {
+      const int32_t offset = registers.cmd_pop(false);
+      return {(registers.cmd_pop2nd(false) << 16) | (offset & 0xFFFF)};
     }
-    return branch(inSegment(registers.cmd_readgpr(number)), conditional(operands));
-  }
-  if (mnemonic == "JMPS" || mnemonic == "CALLS") {
-    const auto comma = operands.find(',');
-    return {(hexOperand(operands.substr(0, comma)) << 16) |
-            (hexOperand(operands.substr(comma + 1)) & 0xFFFF)};
-  }
-  if (mnemonic == "RET" || mnemonic == "RETP") return {inSegment(registers.cmd_pop(false))};
-  if (mnemonic == "RETI" || mnemonic == "RETS") {
-    const int32_t offset = registers.cmd_pop(false);
-    return {(registers.cmd_pop2nd(false) << 16) | (offset & 0xFFFF)};
-  }
-  if (mnemonic == "SRST") return {0};
-  if (mnemonic == "ATOMIC" || mnemonic.substr(0, 3) == "EXT") {
-    const int32_t count = HexVal(afterLast(operands, '#').substr(0, 1));
-    int32_t at = position;
-    for (int32_t i = 0; i <= std::max(count, 0); ++i) {
-      at = segment | ((at + codeLength(at)) & 0xFFFF);
+    case FlowKind::kReset:
+      return {flow.target.value_or(0)};
+    case FlowKind::kPrefix: {
+      // The prefixed instructions run as one with it: the step ends behind them.
+      int32_t at = position;
+      for (int32_t i = 0; i <= flow.prefixCount; ++i) {
+        at = segment | ((at + codeLength(at)) & 0xFFFF);
+      }
+      return {at};
     }
-    return {at};
+    case FlowKind::kTrap:  // the handler returns behind the trap
+    case FlowKind::kSequential:
+      break;
   }
   return {following};
 }

@@ -1,4 +1,5 @@
-// Turns the bytes of the memory image at an address into one line of assembler text.
+// Turns the bytes of the memory image at an address into a decoded instruction, and that
+// into one line of assembler text.
 //
 // The decoder keeps the prefix counters between calls: after an EXTR, EXTP, EXTS, EXTPR or
 // EXTSR with count k the k instructions decoded next are shown in the address space the
@@ -11,6 +12,7 @@
 #include <string_view>
 
 #include "core/memory_image.h"
+#include "disasm/decoded_instruction.h"
 #include "disasm/instruction_fields.h"
 #include "disasm/opcode_table.h"
 #include "disasm/operand_names.h"
@@ -18,9 +20,6 @@
 #include "formats/register_table.h"
 
 namespace velmora {
-
-inline constexpr std::string_view kIllegalInstruction = "Illegal Instruction";
-inline constexpr std::string_view kIllegalOperand = "Illegal Operand";
 
 class InstructionDecoder {
  public:
@@ -36,6 +35,9 @@ class InstructionDecoder {
   // operands separated by ","; "Illegal Instruction" for an opcode the table or the
   // formats do not know, "Illegal Operand" when an operand has no name.
   std::string Disassemble(MemoryImage& image, int32_t address);
+  // The instruction at address as a structure; counts the prefixes down and starts them
+  // exactly as Disassemble does.
+  DecodedInstruction Decode(MemoryImage& image, int32_t address);
 
   // The length of the opcode's instruction; never 0, so that nothing steps in place.
   int LengthOf(uint8_t opcode) const;
@@ -46,6 +48,8 @@ class InstructionDecoder {
   void ResetCounters() { counters_ = PrefixCounters{}; }
 
  private:
+  bool decodeOperands(const OperandLayout& layout, DecodedInstruction& out) const;
+
   const OpcodeTable& opcodes_;
   OperandNames names_;
   PrefixCounters counters_;

@@ -3,20 +3,19 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-
-#include "disasm/instruction_fields.h"
-#include "disasm/operand_names.h"
 
 namespace velmora {
 
 enum class OperandFormat : uint8_t {
   kUndefined,  // in no group: the instruction is illegal
-  kNone,
+  kNone,                  // 2 bytes, the second 00
+  kNoneProtected,         // 4 bytes: opcode, its complement, opcode, opcode
+  kReturnFromInterrupt,   // RETI: FB 88
   kRwRw,
   kRbRb,
   kRwRb,
   kRw,
+  kRwTwice,  // MUL/DIV class: the register in both nibbles
   kRb,
   kReg,
   kRegMemWord,
@@ -60,10 +59,11 @@ enum class OperandFormat : uint8_t {
   kSegCaddr,
   kRegCaddr,
   kTrap,
-  // The prefixes, decoded by DecodePrefix because they start the prefix counters.
+  // The prefixes: they start the decoder's prefix counters.
   kExtendImmediate,  // EXTS/EXTP/EXTSR/EXTPR with a segment or page number
   kExtendRegister,   // the same with the number in a register
   kExtendRegisters,  // ATOMIC or EXTR
+  kCount,            // not a format: the number of them
 };
 
 OperandFormat FormatOf(uint8_t opcode);
@@ -72,17 +72,5 @@ inline bool IsPrefixFormat(OperandFormat format) {
   return format == OperandFormat::kExtendImmediate || format == OperandFormat::kExtendRegister ||
          format == OperandFormat::kExtendRegisters;
 }
-
-struct OperandContext {
-  const InstructionFields& fields;
-  const OperandNames& names;
-  PrefixScope scope;
-  int32_t address;  // of the instruction
-  int length;       // of the instruction, in bytes
-};
-
-// Appends the operands of an instruction of a format other than the prefixes, separated
-// by ",". False when an operand cannot be named.
-bool AppendOperands(OperandFormat format, const OperandContext& context, std::string& out);
 
 }  // namespace velmora

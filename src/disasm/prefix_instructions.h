@@ -3,9 +3,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
-#include "disasm/instruction_fields.h"
 #include "disasm/operand_formats.h"
 #include "disasm/operand_names.h"
 
@@ -25,10 +23,8 @@ struct PrefixCounters {
   PrefixScope Scope() const { return {extr > 0, extp > 0 || exts > 0}; }
 };
 
-// Writes the text of a prefix instruction of one of the prefix formats and starts the
-// counters it sets, so that the k instructions that follow are decoded under it. False for
-// a form the instruction set does not define (ATOMIC/EXTR with form 1 or 3).
-bool DecodePrefix(OperandFormat format, const InstructionFields& fields, std::string& out,
-                  PrefixCounters& counters);
+// Starts the counters that a prefix of that format and form sets, so that the k
+// instructions that follow it are decoded under it. ATOMIC sets none.
+void StartPrefix(OperandFormat format, uint32_t form, int k, PrefixCounters& counters);
 
 }  // namespace velmora

@@ -1,16 +1,16 @@
 #include "sim/code_runner.h"
 
+#include <array>
+#include <span>
+
+#include "disasm/instruction_fields.h"
+#include "disasm/instruction_flow.h"
+#include "disasm/operand_formats.h"
+
 namespace velmora {
 namespace {
 
-// Opcodes of the flow instructions the board follows.
-constexpr uint8_t kJmpa = 0xEA;        // EA c0 aaaa: jump absolute when c is cc_UC
-constexpr uint8_t kCalla = 0xCA;       // CA c0 aaaa
-constexpr uint8_t kJmps = 0xFA;        // FA ss aaaa: jump to segment ss
-constexpr uint8_t kCalls = 0xDA;       // DA ss aaaa: far call (what a breakpoint plants)
-constexpr uint8_t kCallr = 0xBB;       // BB rr: call relative
-constexpr uint8_t kJmprAlways = 0x0D;  // 0D rr: JMPR cc_UC
-constexpr uint8_t kUnconditional = 0x00;
+constexpr uint8_t kCalls = 0xDA;  // CALLS seg,addr: what a breakpoint plants
 constexpr int32_t kBreakCallLength = 4;
 
 int32_t word(MemoryImage& memory, int32_t address) {
@@ -19,11 +19,6 @@ int32_t word(MemoryImage& memory, int32_t address) {
 
 int32_t farTarget(MemoryImage& memory, int32_t at) {
   return (memory.GetByte(at + 1) << 16) | word(memory, at + 2);
-}
-
-int32_t relativeTarget(MemoryImage& memory, int32_t at) {
-  const auto rel = static_cast<int8_t>(memory.GetByte(at + 1));
-  return (at & 0xFF0000) | ((at + 2 + 2 * rel) & 0xFFFF);
 }
 
 bool breakCallAt(MemoryImage& memory, int32_t at, int32_t breakEntry) {
@@ -43,6 +38,7 @@ bool coveredInPart(MemoryImage& memory, int32_t at, int length, int32_t breakEnt
 
 std::optional<int32_t> RunUntilBreak(MemoryImage& memory, const OpcodeTable& opcodes, int32_t start,
                                      int32_t breakEntry) {
+  InstructionFields fields;
   int32_t at = start;
   for (int step = 0; step < kMaxInstructionsPerRun; ++step) {
     if (!MemoryImage::InRange(at)) return std::nullopt;
@@ -51,20 +47,16 @@ std::optional<int32_t> RunUntilBreak(MemoryImage& memory, const OpcodeTable& opc
     const OpcodeEntry& entry = opcodes.At(opcode);
     if (!entry.Defined()) return std::nullopt;  // the program runs off into data
     if (coveredInPart(memory, at, entry.length, breakEntry)) return std::nullopt;
-    const int32_t segment = at & 0xFF0000;
-    if (opcode == kCalls || opcode == kJmps) {
-      at = farTarget(memory, at);
+    std::array<uint8_t, OpcodeTable::kMaxLength> bytes{};
+    memory.ReadBytes(at, std::span<uint8_t>(bytes.data(), static_cast<size_t>(entry.length)));
+    fields.Cut(entry, std::span<const uint8_t>(bytes.data(), static_cast<size_t>(entry.length)));
+    const Flow flow = FlowOf(opcode, FormatOf(opcode), fields, at, entry.length);
+    const bool followed = flow.kind == FlowKind::kJump || flow.kind == FlowKind::kCall;
+    if (followed && flow.target) {
+      at = *flow.target;
       continue;
     }
-    if ((opcode == kJmpa || opcode == kCalla) && (memory.GetByte(at + 1) >> 4) == kUnconditional) {
-      at = segment | word(memory, at + 2);
-      continue;
-    }
-    if (opcode == kJmprAlways || opcode == kCallr) {
-      at = relativeTarget(memory, at);
-      continue;
-    }
-    at = segment | ((at + entry.length) & 0xFFFF);
+    at = (at & 0xFF0000) | ((at + entry.length) & 0xFFFF);
   }
   return std::nullopt;
 }

@@ -1,8 +1,9 @@
 // Running target code on the virtual board, far enough to debug against it: straight-line
 // code is stepped by instruction length, unconditional jumps and calls whose target is in
-// the instruction are followed, and a far call into the monitor's break entry (a planted
-// breakpoint) stops the run. Anything else that changes the flow (returns, jumps through
-// registers) leaves the program running on its own, beyond what the board can follow.
+// the instruction are followed (as the decoder's flow information gives them), and a far
+// call into the monitor's break entry (a planted breakpoint) stops the run. The board does
+// not execute anything: returns, traps and jumps through registers or on conditions are
+// stepped over as straight-line code, which is as far as it can follow without a processor.
 //
 // An instruction that a planted far call covers in part is not the program's any more: a
 // controller would run the call's address bytes as code. The board counts that as a
