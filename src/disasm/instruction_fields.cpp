@@ -30,7 +30,39 @@ uint32_t readBits(std::span<const uint8_t> bytes, int start, int count) {
   return value;
 }
 
+void writeBits(std::span<uint8_t> bytes, int start, int count, uint32_t value) {
+  for (int i = 0; i < count; ++i) {
+    const int bit = start + i;
+    const auto byteIndex = static_cast<size_t>(bit / 8);
+    if (byteIndex >= bytes.size()) return;
+    const auto mask = static_cast<uint8_t>(1U << (7 - bit % 8));
+    const bool on = ((value >> (count - 1 - i)) & 1U) != 0;
+    bytes[byteIndex] = static_cast<uint8_t>(on ? bytes[byteIndex] | mask : bytes[byteIndex] & ~mask);
+  }
+}
+
 }  // namespace
+
+bool StoreField(const OpcodeEntry& entry, int widthBits, int index, uint32_t value,
+                std::span<uint8_t> bytes) {
+  if (widthBits < 32 && (value >> widthBits) != 0) return false;
+  int position = 0;
+  int seen = 0;
+  for (int i = 0; i < entry.fieldCount && i < OpcodeEntry::kMaxFields; ++i) {
+    const int width = entry.fieldWidth[static_cast<size_t>(i)];
+    if (width == widthBits && seen++ == index) {
+      if (width == 16) {
+        writeBits(bytes, position, 8, value & 0xFF);
+        writeBits(bytes, position + 8, 8, value >> 8);
+      } else {
+        writeBits(bytes, position, width, value);
+      }
+      return true;
+    }
+    position += width;
+  }
+  return false;
+}
 
 void InstructionFields::Cut(const OpcodeEntry& entry, std::span<const uint8_t> bytes) {
   counts_.fill(0);

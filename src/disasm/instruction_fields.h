@@ -40,4 +40,10 @@ class InstructionFields {
   std::array<int, kWidthCount> counts_{};
 };
 
+// The other way: writes value into the index-th field of that width of an instruction cut
+// by entry's widths, the way Cut reads it back. False when the entry has no such field or
+// the value does not fit it.
+bool StoreField(const OpcodeEntry& entry, int widthBits, int index, uint32_t value,
+                std::span<uint8_t> bytes);
+
 }  // namespace velmora
