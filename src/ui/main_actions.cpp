@@ -18,7 +18,7 @@ constexpr MainAction kActions[] = {
     {"BCopy", "Copy selection to clipboard", "UEditCopy", "Copy", Edit, Command, "_copy"},
     {"BCut", "Cut selection", "UEditCut", "Cut selection", Edit, Command, "_cut"},
     {"BPaste", "Paste into selection", "UEditPaste", "Paste", Edit, Paste},
-    {"", "", "UEditSelectRange", "Add Selection ...", Edit, NotAvailable},
+    {"", "", "UEditSelectRange", "Add Selection ...", Edit, SelectRange},
     {"", "", "UEditClearSelection", "Clear all Selections", Edit, Command, "_clearselections"},
     {"", "", "UEditFill", "Fill", Edit, Fill},
     {"", "", "UEditUnread", "Unread", Edit, Command, "_clearmemory"},
@@ -41,7 +41,7 @@ constexpr MainAction kActions[] = {
     {"BConfigure", "Configure Hardware", "UTargetConfiguration", "Configuration ...", Target,
      NotAvailable},
 
-    {"", "", "UInterfaceSettings", "Settings...", Interface, NotAvailable},
+    {"", "", "UInterfaceSettings", "Settings...", Interface, PortSettings},
     {"", "", "UTerminalSettings", "Terminal Settings...", Interface, TerminalSettings},
 
     {"", "", "UScriptExecute", "Execute...", Script, ExecuteScript},

@@ -30,6 +30,8 @@ enum class Behaviour {
   RemoveUserScript,
   HelpContents,
   About,
+  SelectRange,  // the select-range dialog
+  PortSettings,  // the communication settings dialog
   NotAvailable,  // a window or dialog the program does not have yet
 };
 

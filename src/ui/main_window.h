@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ class QPushButton;
 
 namespace velmora {
 struct Change;
+struct RememberedFile;
+enum class LoadKind;
 class Session;
 }  // namespace velmora
 
@@ -105,7 +108,12 @@ class MainWindow : public QMainWindow {
   void removeUserScript();
   void showHelp();
   void showAbout();
-  QString chooseFile(FileQuestion question, const QString& startPath);
+  // The file dialogs, the select-range and the communication settings dialogs
+  // (main_window_dialogs.cpp). A FileChooser set by a test answers instead of the file
+  // dialogs.
+  std::optional<RememberedFile> chooseLoadFile(LoadKind kind, FileQuestion question);
+  void selectRange();
+  void communicationSettings();
 
   SessionClient& client_;
   std::filesystem::path programFolder_;

@@ -1,7 +1,6 @@
 // What the main window's buttons and menu entries do. Each one that touches the session
 // runs as an operation on the worker; questions the window asks itself (input boxes, file
 // dialogs) come first, on the window's thread, so the worker never waits for them.
-#include <QFileDialog>
 #include <QPrinter>
 #include <memory>
 
@@ -22,14 +21,6 @@
 
 namespace velmora::ui {
 namespace {
-
-// A file name as one parameter of a command line. Parameters end at commas; under the
-// headless runner's conventions a quoted one is taken whole, so the name is quoted there.
-std::string pathParameter(Session& session, const QString& path) {
-  std::string name = path.toStdString();
-  if (session.interpreter().conventions().quotedParameters) return '"' + name + '"';
-  return name;
-}
 
 QString text(std::string_view view) {
   return QString::fromUtf8(view.data(), static_cast<qsizetype>(view.size()));
@@ -91,6 +82,10 @@ void MainWindow::trigger(const MainAction& action) {
       return showHelp();
     case Behaviour::About:
       return showAbout();
+    case Behaviour::SelectRange:
+      return selectRange();
+    case Behaviour::PortSettings:
+      return communicationSettings();
     case Behaviour::NotAvailable:
       return;
   }
@@ -130,75 +125,6 @@ void MainWindow::runUserScript(int index) {
 void MainWindow::runLastScript(int index) {
   startOperation([index](Session& s) {
     RunStoredScript(s, s.settings.files.lastScripts[static_cast<size_t>(index)]);
-  });
-}
-
-QString MainWindow::chooseFile(FileQuestion question, const QString& startPath) {
-  if (chooseFile_) return chooseFile_(question, startPath);
-  const QString hexFiles = tr("Intel HEX files (*.hex *.HEX *.h86 *.H86);;All files (*)");
-  const QString prefFiles = tr("Preferences (*.ini *.INI);;All files (*)");
-  const QString scriptFiles = tr("Scripts (*.scm *.SCM);;All files (*)");
-  switch (question) {
-    case FileQuestion::Load:
-      return QFileDialog::getOpenFileName(this, tr("Load"), startPath, hexFiles);
-    case FileQuestion::SaveAs:
-      return QFileDialog::getSaveFileName(this, tr("Save As"), startPath, hexFiles);
-    case FileQuestion::LoadPreferences:
-      return QFileDialog::getOpenFileName(this, tr("Load Preferences"), startPath, prefFiles);
-    case FileQuestion::SavePreferences:
-      return QFileDialog::getSaveFileName(this, tr("Save Preferences"), startPath, prefFiles);
-    case FileQuestion::Script:
-      return QFileDialog::getOpenFileName(this, tr("Execute Script"), startPath, scriptFiles);
-    case FileQuestion::UserScript:
-      return QFileDialog::getOpenFileName(this, tr("Assign User Script"), startPath, scriptFiles);
-  }
-  return {};
-}
-
-void MainWindow::loadFile() {
-  const auto remembered = client_.snapshot().settings.files.load;
-  const QString path = chooseFile(FileQuestion::Load, QString::fromStdString(remembered.path));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    s.settings.files.load.path = path.toStdString();
-    s.interpreter().RunCommand("_load " + pathParameter(s, path));
-  });
-}
-
-void MainWindow::saveAs() {
-  const auto remembered = client_.snapshot().settings.files.saveAs;
-  const QString path = chooseFile(FileQuestion::SaveAs, QString::fromStdString(remembered.file));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    s.settings.files.saveAs.file = path.toStdString();
-    s.interpreter().RunCommand("_save " + pathParameter(s, path));
-  });
-}
-
-void MainWindow::loadPreferences() {
-  const auto remembered = client_.snapshot().settings.files.configLoad;
-  const QString path =
-      chooseFile(FileQuestion::LoadPreferences, QString::fromStdString(remembered.path));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    if (!LoadPreferences(s, path.toStdString()))
-      s.log.WriteLine("*ERROR: file " + path.toStdString() + " not found !");
-    s.settings.files.configLoad.path = path.toStdString();
-    // Everything a preferences file holds may have changed.
-    for (RefreshTarget target : {RefreshTarget::MemoryView, RefreshTarget::RegisterList,
-                                 RefreshTarget::FeatureButtons, RefreshTarget::RecentScripts})
-      publish(s, target);
-  });
-}
-
-void MainWindow::savePreferences() {
-  const auto remembered = client_.snapshot().settings.files.configSave;
-  const QString path =
-      chooseFile(FileQuestion::SavePreferences, QString::fromStdString(remembered.path));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    s.settings.files.configSave.path = path.toStdString();
-    SavePreferences(s, path.toStdString());
   });
 }
 
@@ -263,34 +189,6 @@ void MainWindow::terminalSettings() {
   if (dialog.exec() != QDialog::Accepted) return;
   const int mode = dialog.mode();
   startOperation([mode](Session& s) { s.settings.communication.terminalMode = mode; });
-}
-
-void MainWindow::executeScript() {
-  const auto remembered = client_.snapshot().settings.files.script;
-  const QString path = chooseFile(FileQuestion::Script, QString::fromStdString(remembered.path));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    s.settings.files.script.path = path.toStdString();
-    s.interpreter().ExecuteScript(path.toStdString());
-    publish(s, RefreshTarget::RecentScripts);
-  });
-}
-
-void MainWindow::assignUserScript() {
-  const auto remembered = client_.snapshot().settings.files.script;
-  const QString path =
-      chooseFile(FileQuestion::UserScript, QString::fromStdString(remembered.path));
-  if (path.isEmpty()) return;
-  startOperation([path](Session& s) {
-    const int slot = FreeUserScriptSlot(s.settings.files.userScripts);
-    if (slot < 0) {
-      s.frontend().MessageBox("All four user script buttons are assigned. Remove one first.",
-                              BoxButtons::Ok, BoxIcon::Exclamation, "Assign User Script");
-      return;
-    }
-    s.settings.files.userScripts[static_cast<size_t>(slot)] = path.toStdString();
-    publish(s, RefreshTarget::FeatureButtons);
-  });
 }
 
 void MainWindow::removeUserScript() {
