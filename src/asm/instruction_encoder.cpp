@@ -89,15 +89,16 @@ Encoded InstructionEncoder::encodeForms(const SourcePiece& mnemonic,
                                         const EncodeContext& context, int minLength) const {
   const auto found = forms_.find(Upper(mnemonic.text));
   if (found == forms_.end()) return {{}, "unknown instruction '" + mnemonic.text + "'", mnemonic.column};
-  Encoded firstValueError;
+  // Of the forms the operands are written for, the widest says best why none fits.
+  Encoded valueError;
   for (const Candidate& candidate : found->second) {
     if (candidate.length < minLength) continue;
     Encoded out;
     bool shapeMatched = false;
     if (tryCandidate(candidate, operands, context, out, shapeMatched)) return out;
-    if (shapeMatched && firstValueError.error.empty()) firstValueError = out;
+    if (shapeMatched) valueError = out;
   }
-  if (!firstValueError.error.empty()) return firstValueError;
+  if (!valueError.error.empty()) return valueError;
   return {{}, "no form of " + Upper(mnemonic.text) + " takes these operands", mnemonic.column};
 }
 
@@ -116,19 +117,30 @@ Encoded InstructionEncoder::encodeFar(const SourcePiece& mnemonic,
   const bool always = operands[0].reg == 0;
   const bool call = far.pseudo == "CALL";
   auto named = [&](std::string_view form) { return SourcePiece{std::string(form), mnemonic.column}; };
+  // The target is a whole 24-bit address here (a label, mostly): one in another segment
+  // takes the segment form at once.
+  const ParsedOperand& target = operands[1];
+  const ExpressionResult where =
+      Evaluate(target.expr.text, target.expr.column, context.address, context.lookup);
+  const bool elsewhere = where.Ok() && (*where.value & 0xFF0000) != (context.address & 0xFF0000);
+  if (elsewhere && !always) {
+    return {{}, "a conditional " + Upper(mnemonic.text) + " cannot leave the segment",
+            target.column};
+  }
 
   // CALLR has no condition.
   std::vector<ParsedOperand> relativeOperands = operands;
   if (call) relativeOperands.erase(relativeOperands.begin());
-  if (!call || always) {
+  if (!elsewhere && (!call || always)) {
     const Encoded relative = encodeForms(named(far.relative), relativeOperands, context, minLength);
     if (relative.error.empty()) return relative;
   }
-  const Encoded absolute = encodeForms(named(far.absolute), operands, context, minLength);
-  if (absolute.error.empty() || !always) return absolute;
+  if (!elsewhere) {
+    const Encoded absolute = encodeForms(named(far.absolute), operands, context, minLength);
+    if (absolute.error.empty() || !always) return absolute;
+  }
 
   // The segment form from one 24-bit target: its segment and its offset.
-  const ParsedOperand& target = operands[1];
   ParsedOperand segment = target;
   segment.expr.text = "(" + target.expr.text + ")>>16";
   ParsedOperand offset = target;

@@ -1,5 +1,6 @@
 #include "asm/operand_values.h"
 
+#include <algorithm>
 #include <cctype>
 #include <optional>
 
@@ -202,6 +203,31 @@ OperandValue bit(const ParsedOperand& o, const EncodeContext& c, bool withBit) {
   return {};
 }
 
+// The digits of an immediate written as one hexadecimal number ("#04h": 2), else 0. A
+// listing prints each immediate form with its own number of digits, so a number written
+// wider than a form prints keeps to the wider forms and its line assembles back to the
+// same encoding.
+size_t writtenDigits(std::string_view text) {
+  if (text.size() < 2 || (text.back() != 'h' && text.back() != 'H')) return 0;
+  text.remove_suffix(1);
+  for (const char ch : text) {
+    if (std::isxdigit(static_cast<unsigned char>(ch)) == 0) return 0;
+  }
+  return text.size();
+}
+
+// The trap number as the listing prints it: hexadecimal digits without "h".
+OperandValue trapNumber(const SourcePiece& piece, const EncodeContext& c) {
+  const std::string& t = piece.text;
+  if (!t.empty() && t.size() <= 2 &&
+      std::all_of(t.begin(), t.end(), [](char ch) { return std::isxdigit(static_cast<unsigned char>(ch)) != 0; })) {
+    return fits(static_cast<uint32_t>(*ParseNumber(t + "h")) << 1);
+  }
+  OperandValue v = ranged(piece, c, 0, 0x7F, "trap number");
+  v.value <<= 1;
+  return v;
+}
+
 }  // namespace
 
 OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o,
@@ -218,7 +244,7 @@ OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o,
     case K::kMem:
       return o.syntax == S::kPlain ? memory(o, c) : OperandValue{};
     case K::kImmediate:
-      if (o.syntax != S::kImmediate) return {};
+      if (o.syntax != S::kImmediate || writtenDigits(o.expr.text) > spec.digits) return {};
       return immediate(o.expr, c, spec.digits == 1 ? 4 : 4 * spec.digits);
     case K::kIndirect:
       return o.syntax == S::kIndirect ? fits(reg) : OperandValue{};
@@ -236,7 +262,8 @@ OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o,
       // Only R0..R3 fit the two bits this form has for a register.
       if ((o.syntax == S::kIndirect || o.syntax == S::kPostIncrement) && o.reg < 4)
         return fits((o.syntax == S::kIndirect ? 8U : 12U) | reg);
-      if (o.syntax == S::kImmediate) return ranged(o.expr, c, 0, 7, "value");
+      if (o.syntax == S::kImmediate && writtenDigits(o.expr.text) <= 1)
+        return ranged(o.expr, c, 0, 7, "value");
       return {};
     case K::kBit:
     case K::kBitWord:
@@ -251,12 +278,8 @@ OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o,
       return o.syntax == S::kPlain ? segmentOffset(o.expr, c) : OperandValue{};
     case K::kSegment:
       return o.syntax == S::kPlain ? ranged(o.expr, c, 0, 0xFF, "segment") : OperandValue{};
-    case K::kTrapNumber: {
-      if (o.syntax != S::kImmediate) return {};
-      OperandValue v = ranged(o.expr, c, 0, 0x7F, "trap number");
-      v.value <<= 1;
-      return v;
-    }
+    case K::kTrapNumber:
+      return o.syntax == S::kImmediate ? trapNumber(o.expr, c) : OperandValue{};
     case K::kSegmentNumber:
       return o.syntax == S::kImmediate ? ranged(o.expr, c, 0, 0xFF, "segment") : OperandValue{};
     case K::kPageNumber: {

@@ -53,8 +53,7 @@ std::optional<NamedBit> RegisterNames::Bit(std::string_view name) const {
 }
 
 bool RegisterNames::Reserved(std::string_view name) const {
-  return Address(name) || Bit(name) || WordRegister(name) || ByteRegister(name) ||
-         Condition(name);
+  return Address(name) || WordRegister(name) || ByteRegister(name) || Condition(name);
 }
 
 std::optional<int> RegisterNames::WordRegister(std::string_view name) {

@@ -24,7 +24,8 @@ class RegisterNames {
 
   std::optional<int32_t> Address(std::string_view name) const;
   std::optional<NamedBit> Bit(std::string_view name) const;
-  // True for anything the register definitions or the processor name.
+  // True for the names of registers and conditions, which labels may not take. Bit names
+  // (N, C, ...) stay free; a bit operand reads a bit name before a label.
   bool Reserved(std::string_view name) const;
 
   // R0..R15 -> 0..15.

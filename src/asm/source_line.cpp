@@ -26,6 +26,7 @@ size_t codeEnd(std::string_view line, size_t& openQuote) {
       quote = c;
       openQuote = i;
     } else if (c == ';') {
+      openQuote = std::string_view::npos;
       return i;
     }
   }
