@@ -24,6 +24,11 @@ void gather(const std::string& path, const std::string& text, int depth,
   int number = 0;
   while (std::getline(stream, line)) {
     ++number;
+    if (out.lines.size() >= kMaxSourceLines) {
+      errors.push_back({path, number, 1, "more than " + std::to_string(kMaxSourceLines) +
+                                             " lines with the included files"});
+      return;
+    }
     if (!line.empty() && line.back() == '\r') line.pop_back();
     FlatLine flat{file, number, line, SplitSourceLine(line)};
     if (flat.parts.error.empty() && flat.parts.operation.text == "INCLUDE") {

@@ -39,6 +39,9 @@ using SourceReader = std::function<std::optional<std::string>(const std::string&
 std::optional<std::string> ReadSourceFile(const std::string& path);
 
 inline constexpr int kMaxIncludeDepth = 16;
+// All files together; a file that includes itself several times would otherwise grow
+// without bound within the depth limit.
+inline constexpr size_t kMaxSourceLines = 1000000;
 
 // Gathers the lines of path and the files it includes; problems with an INCLUDE (a file
 // that cannot be read, nesting too deep) go to errors at the INCLUDE line.
