@@ -51,7 +51,8 @@ std::optional<int> parseArguments(int argc, char** argv, Options& options) {
       return 0;
     }
     if (arg == "-o" || arg == "--type" || arg == "--listing" || arg == "--home") {
-      if (i + 1 >= argc || argv[i + 1][0] == '\0') return usageError(std::string(arg) + " needs a value");
+      if (i + 1 >= argc || argv[i + 1][0] == '\0')
+        return usageError(std::string(arg) + " needs a value");
       const std::string value = argv[++i];
       if (arg == "-o") options.output = value;
       if (arg == "--type") options.type = value;
@@ -116,7 +117,8 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "velmora-asm: cannot write %s\n", options.output.c_str());
     return 1;
   }
-  if (!options.listing.empty() && !velmora::assembler::WriteListingFile(assembly, options.listing)) {
+  if (!options.listing.empty() &&
+      !velmora::assembler::WriteListingFile(assembly, options.listing)) {
     std::fprintf(stderr, "velmora-asm: cannot write %s\n", options.listing.c_str());
     return 1;
   }

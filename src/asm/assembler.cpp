@@ -20,8 +20,8 @@ enum class Directive { kNone, kOrg, kEqu, kDb, kDw, kDs, kAlign, kInclude, kEnd 
 
 Directive directiveOf(const std::string& operation) {
   static const std::unordered_map<std::string, Directive> kDirectives = {
-      {"ORG", Directive::kOrg}, {"EQU", Directive::kEqu},     {"DB", Directive::kDb},
-      {"DW", Directive::kDw},   {"DS", Directive::kDs},       {"ALIGN", Directive::kAlign},
+      {"ORG", Directive::kOrg},         {"EQU", Directive::kEqu}, {"DB", Directive::kDb},
+      {"DW", Directive::kDw},           {"DS", Directive::kDs},   {"ALIGN", Directive::kAlign},
       {"INCLUDE", Directive::kInclude}, {"END", Directive::kEnd}};
   const auto found = kDirectives.find(operation);
   return found == kDirectives.end() ? Directive::kNone : found->second;
@@ -34,7 +34,9 @@ bool quoted(const std::string& text) {
 class Run {
  public:
   Run(const FlatSource& source, const OpcodeTable& opcodes, const RegisterTable& registers)
-      : source_(source), encoder_(opcodes), registers_(registers),
+      : source_(source),
+        encoder_(opcodes),
+        registers_(registers),
         lengths_(source.lines.size(), 0) {
     lookup_ = [this](std::string_view name) -> std::optional<int64_t> {
       const auto found = symbols_.find(Upper(name));
@@ -162,7 +164,7 @@ class Run {
   void equ(const SourceLine& parts) {
     if (!oneOperand(parts)) return;
     if (const auto v = value(parts.operands[0], std::numeric_limits<int32_t>::min(),
-                               std::numeric_limits<int32_t>::max(), "value")) {
+                             std::numeric_limits<int32_t>::max(), "value")) {
       define(parts.label, *v);
     } else {
       definedThisPass_.insert(Upper(parts.label.text));
@@ -176,7 +178,8 @@ class Run {
 
   void reserve(const SourceLine& parts, bool align) {
     if (!oneOperand(parts)) return;
-    const auto v = value(parts.operands[0], align ? 1 : 0, kAddressSpace, align ? "alignment" : "size");
+    const auto v =
+        value(parts.operands[0], align ? 1 : 0, kAddressSpace, align ? "alignment" : "size");
     if (!v) return;
     address_ = align ? (address_ + *v - 1) / *v * *v : address_ + *v;
     if (address_ > kAddressSpace) error(parts.operands[0].column, "beyond the address space");
@@ -184,7 +187,8 @@ class Run {
 
   std::vector<uint8_t> data(const SourceLine& parts, int width) {
     std::vector<uint8_t> bytes;
-    if (parts.operands.empty()) error(parts.operation.column, parts.operation.text + " needs a value");
+    if (parts.operands.empty())
+      error(parts.operation.column, parts.operation.text + " needs a value");
     const int64_t top = width == 1 ? 0xFF : 0xFFFF;
     for (const SourcePiece& operand : parts.operands) {
       if (width == 1 && quoted(operand.text)) {
@@ -226,7 +230,8 @@ class Run {
     for (size_t i = 0; i < bytes.size(); ++i) {
       if (!written_.insert(here + static_cast<int32_t>(i)).second) {
         char at[8];
-        std::snprintf(at, sizeof at, "%06X", static_cast<unsigned>(here) + static_cast<unsigned>(i));
+        std::snprintf(at, sizeof at, "%06X",
+                      static_cast<unsigned>(here) + static_cast<unsigned>(i));
         error(1, std::string("overwrites the byte placed before at ") + at);
         return;
       }
@@ -239,7 +244,9 @@ class Run {
   }
 
   void error(int column, std::string text) {
-    if (final_) out_->errors.push_back({source_.files[static_cast<size_t>(line_->file)], line_->number, column, std::move(text)});
+    if (final_)
+      out_->errors.push_back({source_.files[static_cast<size_t>(line_->file)], line_->number,
+                              column, std::move(text)});
   }
 
   const FlatSource& source_;

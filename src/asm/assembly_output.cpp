@@ -66,8 +66,8 @@ std::string ListingText(const Assembly& assembly) {
     out += row(line.address, line.bytes.data(), first, included, line.text);
     for (size_t at = first; at < line.bytes.size(); at += kBytesPerRow) {
       const size_t count = std::min(kBytesPerRow, line.bytes.size() - at);
-      out += row(line.address + static_cast<int32_t>(at), line.bytes.data() + at, count, included,
-                 "");
+      out +=
+          row(line.address + static_cast<int32_t>(at), line.bytes.data() + at, count, included, "");
     }
   }
   return out;

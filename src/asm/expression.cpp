@@ -39,7 +39,8 @@ class Parser {
   std::optional<int64_t> Whole() {
     const auto value = binary(0);
     skipBlanks();
-    if (result_.error.empty() && at_ < text_.size()) fail("unexpected '" + std::string(1, text_[at_]) + "'");
+    if (result_.error.empty() && at_ < text_.size())
+      fail("unexpected '" + std::string(1, text_[at_]) + "'");
     return value;
   }
 

@@ -15,11 +15,11 @@ namespace {
 struct FarForms {
   std::string_view pseudo, relative, absolute, segment;
 };
-constexpr std::array<FarForms, 2> kFarForms = {{{"JMP", "JMPR", "JMPA", "JMPS"},
-                                                {"CALL", "CALLR", "CALLA", "CALLS"}}};
+constexpr std::array<FarForms, 2> kFarForms = {
+    {{"JMP", "JMPR", "JMPA", "JMPS"}, {"CALL", "CALLR", "CALLA", "CALLS"}}};
 // Mnemonics whose first operand is a condition that may be left out.
-constexpr std::array<std::string_view, 7> kConditional = {"JMPR", "JMPA",  "CALLA", "JMPI",
-                                                          "CALLI", "JMP", "CALL"};
+constexpr std::array<std::string_view, 7> kConditional = {"JMPR",  "JMPA", "CALLA", "JMPI",
+                                                          "CALLI", "JMP",  "CALL"};
 
 bool store(const OpcodeEntry& entry, FieldRef ref, uint32_t value, std::span<uint8_t> bytes) {
   return !ref.Used() || StoreField(entry, ref.width, ref.index, value, bytes);
@@ -88,7 +88,8 @@ Encoded InstructionEncoder::encodeForms(const SourcePiece& mnemonic,
                                         const std::vector<ParsedOperand>& operands,
                                         const EncodeContext& context, int minLength) const {
   const auto found = forms_.find(Upper(mnemonic.text));
-  if (found == forms_.end()) return {{}, "unknown instruction '" + mnemonic.text + "'", mnemonic.column};
+  if (found == forms_.end())
+    return {{}, "unknown instruction '" + mnemonic.text + "'", mnemonic.column};
   // Of the forms the operands are written for, the widest says best why none fits.
   Encoded valueError;
   for (const Candidate& candidate : found->second) {
@@ -116,7 +117,9 @@ Encoded InstructionEncoder::encodeFar(const SourcePiece& mnemonic,
   }
   const bool always = operands[0].reg == 0;
   const bool call = far.pseudo == "CALL";
-  auto named = [&](std::string_view form) { return SourcePiece{std::string(form), mnemonic.column}; };
+  auto named = [&](std::string_view form) {
+    return SourcePiece{std::string(form), mnemonic.column};
+  };
   // The target is a whole 24-bit address here (a label, mostly): one in another segment
   // takes the segment form at once.
   const ParsedOperand& target = operands[1];
@@ -124,8 +127,8 @@ Encoded InstructionEncoder::encodeFar(const SourcePiece& mnemonic,
       Evaluate(target.expr.text, target.expr.column, context.address, context.lookup);
   const bool elsewhere = where.Ok() && (*where.value & 0xFF0000) != (context.address & 0xFF0000);
   if (elsewhere && !always) {
-    return {{}, "a conditional " + Upper(mnemonic.text) + " cannot leave the segment",
-            target.column};
+    return {
+        {}, "a conditional " + Upper(mnemonic.text) + " cannot leave the segment", target.column};
   }
 
   // CALLR has no condition.

@@ -25,9 +25,9 @@ enum class OperandSyntax {
 
 struct ParsedOperand {
   OperandSyntax syntax = OperandSyntax::kPlain;
-  int reg = -1;     // register, condition
-  SourcePiece expr; // the immediate, displacement, plain text or bit base
-  SourcePiece bit;  // the bit number of kBit
+  int reg = -1;      // register, condition
+  SourcePiece expr;  // the immediate, displacement, plain text or bit base
+  SourcePiece bit;   // the bit number of kBit
   int column = 0;
   std::string error;  // a malformed bracket form
 };

@@ -16,11 +16,11 @@ constexpr int32_t kSfrBase = 0xFE00;
 constexpr int32_t kSfrEnd = 0xFFFE;
 constexpr int32_t kEsfrBase = 0xF000;
 constexpr int32_t kEsfrEnd = 0xF1FE;
-constexpr int32_t kBitRam = 0xFD00;       // bit offsets 00..7F
-constexpr int32_t kBitSfr = 0xFF00;       // bit offsets 80..EF
-constexpr int32_t kBitEsfr = 0xF100;      // the same under EXTR
-constexpr int32_t kBitWordsEach = 0x70;   // words of FF00.. and F100.. with bit offsets
-constexpr uint32_t kFirstGpr = 0xF0;      // short numbers of R0..R15
+constexpr int32_t kBitRam = 0xFD00;      // bit offsets 00..7F
+constexpr int32_t kBitSfr = 0xFF00;      // bit offsets 80..EF
+constexpr int32_t kBitEsfr = 0xF100;     // the same under EXTR
+constexpr int32_t kBitWordsEach = 0x70;  // words of FF00.. and F100.. with bit offsets
+constexpr uint32_t kFirstGpr = 0xF0;     // short numbers of R0..R15
 constexpr int64_t kTopAddress = 0xFFFFFF;
 
 struct Value {
@@ -32,7 +32,8 @@ struct Value {
 Value evaluate(const SourcePiece& piece, const EncodeContext& c) {
   const ExpressionResult r = Evaluate(piece.text, piece.column, c.address, c.lookup);
   if (!r.error.empty()) return {std::nullopt, r.error, r.errorColumn};
-  if (!r.value && c.final) return {std::nullopt, "undefined name '" + r.unknownName + "'", r.unknownColumn};
+  if (!r.value && c.final)
+    return {std::nullopt, "undefined name '" + r.unknownName + "'", r.unknownColumn};
   return {r.value, {}, piece.column};
 }
 
@@ -103,7 +104,8 @@ OperandValue relative(const SourcePiece& piece, const EncodeContext& c, int32_t 
   if (!v.value) return fits(0);
   const OperandValue offset = segmentOffset(piece, c);
   if (!offset.error.empty()) return offset;
-  const auto distance = static_cast<int16_t>(static_cast<uint16_t>(offset.value - static_cast<uint32_t>(base)));
+  const auto distance =
+      static_cast<int16_t>(static_cast<uint16_t>(offset.value - static_cast<uint32_t>(base)));
   if ((distance & 1) != 0) return fail("jump target at an odd address", piece.column);
   if (distance < -256 || distance > 254)
     return fail("target " + hex(*v.value) + " out of reach of a relative jump", piece.column);
@@ -197,7 +199,8 @@ OperandValue bit(const ParsedOperand& o, const EncodeContext& c, bool withBit) {
     return v;
   }
   if (!withBit && (o.syntax == S::kPlain || o.syntax == S::kWordRegister)) {
-    const SourcePiece base = o.syntax == S::kPlain ? o.expr : SourcePiece{"R" + std::to_string(o.reg), o.column};
+    const SourcePiece base =
+        o.syntax == S::kPlain ? o.expr : SourcePiece{"R" + std::to_string(o.reg), o.column};
     return bitOffset(base, c);
   }
   return {};
@@ -219,8 +222,9 @@ size_t writtenDigits(std::string_view text) {
 // The trap number as the listing prints it: hexadecimal digits without "h".
 OperandValue trapNumber(const SourcePiece& piece, const EncodeContext& c) {
   const std::string& t = piece.text;
-  if (!t.empty() && t.size() <= 2 &&
-      std::all_of(t.begin(), t.end(), [](char ch) { return std::isxdigit(static_cast<unsigned char>(ch)) != 0; })) {
+  if (!t.empty() && t.size() <= 2 && std::all_of(t.begin(), t.end(), [](char ch) {
+        return std::isxdigit(static_cast<unsigned char>(ch)) != 0;
+      })) {
     return fits(static_cast<uint32_t>(*ParseNumber(t + "h")) << 1);
   }
   OperandValue v = ranged(piece, c, 0, 0x7F, "trap number");
@@ -230,8 +234,8 @@ OperandValue trapNumber(const SourcePiece& piece, const EncodeContext& c) {
 
 }  // namespace
 
-OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o,
-                            const EncodeContext& c, int length) {
+OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o, const EncodeContext& c,
+                            int length) {
   const auto reg = static_cast<uint32_t>(o.reg);
   switch (spec.kind) {
     case K::kWordRegister:

@@ -13,10 +13,10 @@
 namespace velmora::assembler {
 
 struct OperandValue {
-  bool shape = false;  // the operand is written as this kind is
-  uint32_t value = 0;  // for the operand's field
-  uint32_t second = 0; // for its second field
-  std::string error;   // set when the shape fits but the value does not
+  bool shape = false;   // the operand is written as this kind is
+  uint32_t value = 0;   // for the operand's field
+  uint32_t second = 0;  // for its second field
+  std::string error;    // set when the shape fits but the value does not
   int column = 0;
 };
 

@@ -1,5 +1,6 @@
 #include "asm/source_files.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -10,13 +11,17 @@ namespace {
 // The file name of an INCLUDE operand: quoted or bare.
 std::string includeName(const SourcePiece& operand) {
   const std::string& text = operand.text;
-  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') && text.back() == text.front())
+  if (text.size() >= 2 && (text.front() == '"' || text.front() == '\'') &&
+      text.back() == text.front())
     return text.substr(1, text.size() - 2);
   return text;
 }
 
-void gather(const std::string& path, const std::string& text, int depth,
+// open: the files being gathered, outermost first.
+void gather(const std::string& path, const std::string& text, std::vector<std::string>& open,
             const SourceReader& reader, FlatSource& out, std::vector<Message>& errors) {
+  const int depth = static_cast<int>(open.size());
+  open.push_back(std::filesystem::path(path).lexically_normal().string());
   const int file = static_cast<int>(out.files.size());
   out.files.push_back(path);
   std::istringstream stream(text);
@@ -25,8 +30,10 @@ void gather(const std::string& path, const std::string& text, int depth,
   while (std::getline(stream, line)) {
     ++number;
     if (out.lines.size() >= kMaxSourceLines) {
-      errors.push_back({path, number, 1, "more than " + std::to_string(kMaxSourceLines) +
-                                             " lines with the included files"});
+      errors.push_back(
+          {path, number, 1,
+           "more than " + std::to_string(kMaxSourceLines) + " lines with the included files"});
+      open.pop_back();
       return;
     }
     if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -43,8 +50,14 @@ void gather(const std::string& path, const std::string& text, int depth,
       const std::string name = includeName(parts.operands[0]);
       std::filesystem::path included(name);
       if (included.is_relative()) included = std::filesystem::path(path).parent_path() / included;
+      included = included.lexically_normal();
+      const std::string normal = included.lexically_normal().string();
+      if (std::find(open.begin(), open.end(), normal) != open.end()) {
+        error(parts.operands[0].column, "'" + name + "' includes itself");
+        continue;
+      }
       if (depth + 1 >= kMaxIncludeDepth) {
-        error(parts.operands[0].column, "INCLUDE nested too deeply (an include loop?)");
+        error(parts.operands[0].column, "INCLUDE nested too deeply");
         continue;
       }
       const auto content = reader(included.string());
@@ -53,11 +66,12 @@ void gather(const std::string& path, const std::string& text, int depth,
         continue;
       }
       out.lines.push_back(std::move(flat));  // listed, holds no code
-      gather(included.string(), *content, depth + 1, reader, out, errors);
+      gather(included.string(), *content, open, reader, out, errors);
       continue;
     }
     out.lines.push_back(std::move(flat));
   }
+  open.pop_back();
 }
 
 }  // namespace
@@ -84,7 +98,8 @@ FlatSource GatherSource(const std::string& path, const SourceReader& reader,
     errors.push_back({path, 1, 1, "cannot read the source file"});
     return out;
   }
-  gather(path, *text, 0, reader, out, errors);
+  std::vector<std::string> open;
+  gather(path, *text, open, reader, out, errors);
   return out;
 }
 

@@ -44,7 +44,8 @@ inline constexpr int kMaxIncludeDepth = 16;
 inline constexpr size_t kMaxSourceLines = 1000000;
 
 // Gathers the lines of path and the files it includes; problems with an INCLUDE (a file
-// that cannot be read, nesting too deep) go to errors at the INCLUDE line.
+// that cannot be read, one that includes itself, nesting too deep) go to errors at the
+// INCLUDE line.
 FlatSource GatherSource(const std::string& path, const SourceReader& reader,
                         std::vector<Message>& errors);
 

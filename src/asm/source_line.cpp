@@ -11,7 +11,9 @@ bool isNameStart(char c) {
 bool isNameChar(char c) {
   return isNameStart(c) || std::isdigit(static_cast<unsigned char>(c)) != 0;
 }
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r';
+}
 
 // The line up to its comment; npos-free.
 size_t codeEnd(std::string_view line, size_t& openQuote) {

@@ -19,7 +19,7 @@ struct SourceLine {
   SourcePiece label;      // empty text when the line has none
   SourcePiece operation;  // upper case
   std::vector<SourcePiece> operands;
-  std::string error;      // what made the line unreadable (an open quote)
+  std::string error;  // what made the line unreadable (an open quote)
   int errorColumn = 0;
 };
 

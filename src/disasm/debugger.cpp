@@ -134,7 +134,7 @@ std::vector<int32_t> Debugger::NextPositions(int32_t position) {
   RegisterAccess& registers = link_.registerAccess();
 
   switch (instruction.status == DecodeStatus::kUnknownInstruction ? FlowKind::kSequential
-                                                                    : flow.kind) {
+                                                                  : flow.kind) {
     case FlowKind::kJump:
     case FlowKind::kConditionalJump:
     case FlowKind::kCall:

@@ -65,9 +65,10 @@ bool render(const DecodedOperand& o, const OperandSpec& spec, const OperandNames
     case OperandKind::kImmediate:
     case OperandKind::kSegmentNumber:
     case OperandKind::kPageNumber:
-      OperandNames::Immediate(o.value, spec.digits != 0 ? spec.digits
-                                       : o.kind == OperandKind::kPageNumber ? 4
-                                                                            : 2,
+      OperandNames::Immediate(o.value,
+                              spec.digits != 0                     ? spec.digits
+                              : o.kind == OperandKind::kPageNumber ? 4
+                                                                   : 2,
                               out);
       return true;
     case OperandKind::kIndirect:

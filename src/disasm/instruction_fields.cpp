@@ -37,7 +37,8 @@ void writeBits(std::span<uint8_t> bytes, int start, int count, uint32_t value) {
     if (byteIndex >= bytes.size()) return;
     const auto mask = static_cast<uint8_t>(1U << (7 - bit % 8));
     const bool on = ((value >> (count - 1 - i)) & 1U) != 0;
-    bytes[byteIndex] = static_cast<uint8_t>(on ? bytes[byteIndex] | mask : bytes[byteIndex] & ~mask);
+    bytes[byteIndex] =
+        static_cast<uint8_t>(on ? bytes[byteIndex] | mask : bytes[byteIndex] & ~mask);
   }
 }
 

@@ -9,7 +9,7 @@
 namespace velmora {
 
 // The flow of an instruction of that format at address; length is the instruction's.
-Flow FlowOf(uint8_t opcode, OperandFormat format, const InstructionFields& fields,
-            int32_t address, int length);
+Flow FlowOf(uint8_t opcode, OperandFormat format, const InstructionFields& fields, int32_t address,
+            int length);
 
 }  // namespace velmora

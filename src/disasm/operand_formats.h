@@ -7,10 +7,10 @@
 namespace velmora {
 
 enum class OperandFormat : uint8_t {
-  kUndefined,  // in no group: the instruction is illegal
-  kNone,                  // 2 bytes, the second 00
-  kNoneProtected,         // 4 bytes: opcode, its complement, opcode, opcode
-  kReturnFromInterrupt,   // RETI: FB 88
+  kUndefined,            // in no group: the instruction is illegal
+  kNone,                 // 2 bytes, the second 00
+  kNoneProtected,        // 4 bytes: opcode, its complement, opcode, opcode
+  kReturnFromInterrupt,  // RETI: FB 88
   kRwRw,
   kRbRb,
   kRwRb,

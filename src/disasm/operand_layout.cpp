@@ -63,7 +63,9 @@ constexpr OperandSpec op(K kind, FieldRef field, FieldRef second = {}, uint8_t d
 constexpr OperandSpec imm(FieldRef field, uint8_t digits) {
   return {K::kImmediate, field, {}, {}, digits};
 }
-constexpr FixedField fixedValue(FieldRef field, uint8_t value) { return {field, 0, value}; }
+constexpr FixedField fixedValue(FieldRef field, uint8_t value) {
+  return {field, 0, value};
+}
 
 OperandLayout layout(F format, std::initializer_list<OperandSpec> operands,
                      std::initializer_list<FixedField> fixed = {}, std::string_view mnemonic = {},

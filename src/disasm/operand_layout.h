@@ -15,28 +15,28 @@ namespace velmora {
 
 enum class OperandKind : uint8_t {
   kNone,
-  kWordRegister,     // Rn
-  kByteRegister,     // RLn, RHn
-  kRegWord,          // 8-bit register number: R0..R15 from F0 on, else an SFR short number
-  kRegByte,          // the same with RL0..RH7
-  kMem,              // 16-bit address
-  kImmediate,        // #data: digits tell its width
-  kIndirect,         // [Rn]
-  kPostIncrement,    // [Rn+]
-  kPreDecrement,     // [-Rn]
-  kIndexed,          // [Rn+#data16]: the register, then the displacement from `second`
-  kIndirectOrData3,  // 4-bit m of 08..79: [Rn] (n < 4), [Rn+] (n < 4) or #data3
-  kBit,              // bitoff.bit: the bit offset, then the bit number from `second`
-  kBitWord,          // bitoff alone (bit field instructions)
-  kCondition,        // cc_UC .. cc_ULE
-  kRelative,         // rel, counted from the instruction's address + 2
-  kRelativeFromNext, // rel, counted from the following instruction
-  kCaddr,            // 16-bit code address in the current segment
-  kSegment,          // segment number of CALLS/JMPS, "01h"
-  kTrapNumber,       // the field holds the number shifted left by 1
-  kSegmentNumber,    // #seg of EXTS/EXTSR
-  kPageNumber,       // #page of EXTP/EXTPR: low byte, then bits 8.. from `second`
-  kCount,            // #1..#4 of the prefixes: field + 1
+  kWordRegister,      // Rn
+  kByteRegister,      // RLn, RHn
+  kRegWord,           // 8-bit register number: R0..R15 from F0 on, else an SFR short number
+  kRegByte,           // the same with RL0..RH7
+  kMem,               // 16-bit address
+  kImmediate,         // #data: digits tell its width
+  kIndirect,          // [Rn]
+  kPostIncrement,     // [Rn+]
+  kPreDecrement,      // [-Rn]
+  kIndexed,           // [Rn+#data16]: the register, then the displacement from `second`
+  kIndirectOrData3,   // 4-bit m of 08..79: [Rn] (n < 4), [Rn+] (n < 4) or #data3
+  kBit,               // bitoff.bit: the bit offset, then the bit number from `second`
+  kBitWord,           // bitoff alone (bit field instructions)
+  kCondition,         // cc_UC .. cc_ULE
+  kRelative,          // rel, counted from the instruction's address + 2
+  kRelativeFromNext,  // rel, counted from the following instruction
+  kCaddr,             // 16-bit code address in the current segment
+  kSegment,           // segment number of CALLS/JMPS, "01h"
+  kTrapNumber,        // the field holds the number shifted left by 1
+  kSegmentNumber,     // #seg of EXTS/EXTSR
+  kPageNumber,        // #page of EXTP/EXTPR: low byte, then bits 8.. from `second`
+  kCount,             // #1..#4 of the prefixes: field + 1
 };
 
 // One field of an instruction: its width (2, 4, 8 or 16; 0 for none) and its index among
@@ -47,16 +47,24 @@ struct FieldRef {
   constexpr bool Used() const { return width != 0; }
 };
 
-constexpr FieldRef Two(uint8_t i) { return {2, i}; }
-constexpr FieldRef Four(uint8_t i) { return {4, i}; }
-constexpr FieldRef Eight(uint8_t i) { return {8, i}; }
-constexpr FieldRef Sixteen(uint8_t i) { return {16, i}; }
+constexpr FieldRef Two(uint8_t i) {
+  return {2, i};
+}
+constexpr FieldRef Four(uint8_t i) {
+  return {4, i};
+}
+constexpr FieldRef Eight(uint8_t i) {
+  return {8, i};
+}
+constexpr FieldRef Sixteen(uint8_t i) {
+  return {16, i};
+}
 
 struct OperandSpec {
   OperandKind kind = OperandKind::kNone;
   FieldRef field;
-  FieldRef second;  // the displacement, bit number or page high bits of the kinds above
-  FieldRef copy;    // a field that repeats the operand (DIV Rw: "nn")
+  FieldRef second;     // the displacement, bit number or page high bits of the kinds above
+  FieldRef copy;       // a field that repeats the operand (DIV Rw: "nn")
   uint8_t digits = 0;  // hexadecimal digits of an immediate
 };
 

@@ -31,7 +31,8 @@ inline assembler::Assembly AssembleText(const std::string& text) {
 // All placed bytes, in source order, with the address of the first.
 inline std::vector<uint8_t> Bytes(const assembler::Assembly& assembly) {
   std::vector<uint8_t> bytes;
-  for (const auto& chunk : assembly.chunks) bytes.insert(bytes.end(), chunk.bytes.begin(), chunk.bytes.end());
+  for (const auto& chunk : assembly.chunks)
+    bytes.insert(bytes.end(), chunk.bytes.begin(), chunk.bytes.end());
   return bytes;
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,13 @@ struct SourceCase {
 TEST(Assembler, DirectivesAndData) {
   const SourceCase cases[] = {
       {"DB strings and numbers, negative bytes",
-       " ORG 100h\n DB \"Ok\",0,-1,'x'\n", 0x100, {'O', 'k', 0x00, 0xFF, 'x'}},
-      {"DW low byte first", " ORG 200h\n DW 1234h,-2,$\n", 0x200, {0x34, 0x12, 0xFE, 0xFF, 0x00, 0x02}},
+       " ORG 100h\n DB \"Ok\",0,-1,'x'\n",
+       0x100,
+       {'O', 'k', 0x00, 0xFF, 'x'}},
+      {"DW low byte first",
+       " ORG 200h\n DW 1234h,-2,$\n",
+       0x200,
+       {0x34, 0x12, 0xFE, 0xFF, 0x00, 0x02}},
       {"DS leaves a gap", " ORG 10h\n DB 1\n DS 3\nx: DB x\n", 0x10, {0x01, 0x14}},
       {"ALIGN rounds up", " ORG 11h\n ALIGN 4\nx: DB x\n", 0x14, {0x14}},
       {"EQU before and after use", "n EQU m+1\nm EQU 40h\n ORG 0\n DB n,m\n", 0, {0x41, 0x40}},
@@ -69,16 +75,20 @@ TEST(Assembler, JumpFormsByDistance) {
   };
   const JumpCase cases[] = {
       {"near forward: JMPR", " ORG 10000h\n JMP there\n DS 254\nthere: NOP\n", {0x0D, 0x7F}},
-      {"one word further: JMPA", " ORG 10000h\n JMP there\n DS 256\nthere: NOP\n",
+      {"one word further: JMPA",
+       " ORG 10000h\n JMP there\n DS 256\nthere: NOP\n",
        {0xEA, 0x00, 0x04, 0x01}},
-      {"near backward", " ORG 0FF00h\n JMP $\n ORG 10000h\n JMP cc_NZ,$+0FEh\n ORG 100FEh\n JMP cc_NZ,10000h\n", {0x3D, 0x7E}},
+      {"near backward",
+       " ORG 0FF00h\n JMP $\n ORG 10000h\n JMP cc_NZ,$+0FEh\n ORG 100FEh\n JMP cc_NZ,10000h\n",
+       {0x3D, 0x7E}},
       {"other segment: JMPS", " ORG 10000h\n JMP 23456h\n", {0xFA, 0x02, 0x56, 0x34}},
       {"CALL near", " ORG 10000h\n CALL 10010h\n", {0xBB, 0x07}},
       {"conditional CALL: CALLA", " ORG 10000h\n CALL cc_Z,10010h\n", {0xCA, 0x20, 0x10, 0x00}},
       {"CALL far", " ORG 10000h\n CALL 0F600h\n", {0xDA, 0x00, 0x00, 0xF6}},
       {"JMPR without condition", " ORG 10000h\n JMPR $\n", {0x0D, 0xFF}},
       {"JMPA stays JMPA", " ORG 10000h\n JMPA cc_C,$+4\n", {0xEA, 0x80, 0x04, 0x00}},
-      {"a label in segment 0 from segment 1", "low: NOP\n ORG 10000h\n JMP low\n",
+      {"a label in segment 0 from segment 1",
+       "low: NOP\n ORG 10000h\n JMP low\n",
        {0xFA, 0x00, 0x00, 0x00}},
   };
   for (const auto& c : cases) {
@@ -123,12 +133,14 @@ TEST(Assembler, ErrorsNameFileLineAndColumnAndPlaceNothing) {
       {" DB 1+\n", "main.asm:1:7: expected a value"},
       {" BSET 1234h.3\n", "main.asm:1:7: 1234h is not a bit-addressable word"},
       {" BSET PSW.16\n", "main.asm:1:11: bit number 10h out of range 0h..Fh"},
-      {" ORG 0\n DB 1\n ORG 0\n DB 2\n", "main.asm:4:1: overwrites the byte placed before at 000000"},
+      {" ORG 0\n DB 1\n ORG 0\n DB 2\n",
+       "main.asm:4:1: overwrites the byte placed before at 000000"},
       {" DB \"open\n", "main.asm:1:5: missing closing quote"},
       {" EXTS #1,#5\n", "main.asm:1:11: count 5h out of range 1h..4h"},
       {" MOV R1,DPP1:4000h\n", "main.asm:1:14: page offset 4000h out of range 0h..3FFFh"},
       {" EQU 4\n", "main.asm:1:2: EQU needs a name before it"},
-      {" ORG 10000h\n JMP cc_Z,0F000h\n", "main.asm:2:11: a conditional JMP cannot leave the segment"},
+      {" ORG 10000h\n JMP cc_Z,0F000h\n",
+       "main.asm:2:11: a conditional JMP cannot leave the segment"},
   };
   for (const auto& [source, message] : cases) {
     const auto assembly = AssembleText(source);
@@ -148,19 +160,34 @@ TEST(Assembler, IncludeTakesFilesBesideTheIncludingOne) {
   EXPECT_EQ(test::Bytes(assembly), (Bytes{7, 42}));
 
   const auto missing = test::AssembleFiles({{"main.asm", " NOP\n INCLUDE \"none.inc\"\n"}});
-  EXPECT_EQ(test::Errors(missing), std::vector<std::string>{"main.asm:2:10: cannot read 'none.inc'"});
+  EXPECT_EQ(test::Errors(missing),
+            std::vector<std::string>{"main.asm:2:10: cannot read 'none.inc'"});
 
-  const auto broken = test::AssembleFiles({{"main.asm", " INCLUDE b.inc\n"}, {"b.inc", " NOP\n ADD R1\n"}});
-  EXPECT_EQ(test::Errors(broken), std::vector<std::string>{"b.inc:2:2: no form of ADD takes these operands"});
+  const auto broken =
+      test::AssembleFiles({{"main.asm", " INCLUDE b.inc\n"}, {"b.inc", " NOP\n ADD R1\n"}});
+  EXPECT_EQ(test::Errors(broken),
+            std::vector<std::string>{"b.inc:2:2: no form of ADD takes these operands"});
 
-  const auto loop = test::AssembleFiles({{"main.asm", " INCLUDE main.asm\n"}});
-  ASSERT_FALSE(loop.Ok());
-  EXPECT_NE(test::Errors(loop)[0].find("nested too deeply"), std::string::npos);
+  const auto loop = test::AssembleFiles({{"main.asm", " INCLUDE a.inc\n"},
+                                         {"a.inc", " NOP\n INCLUDE ./b.inc\n"},
+                                         {"b.inc", " INCLUDE a.inc\n"}});
+  EXPECT_EQ(test::Errors(loop), std::vector<std::string>{"b.inc:1:10: 'a.inc' includes itself"});
+
+  // Deep but not circular: one file after another, as far as the depth allows.
+  std::map<std::string, std::string> chain = {{"main.asm", " INCLUDE f1.inc\n"}};
+  for (int i = 1; i < 20; ++i) {
+    chain["f" + std::to_string(i) + ".inc"] = " INCLUDE f" + std::to_string(i + 1) + ".inc\n";
+  }
+  const auto deep = test::AssembleFiles(chain);
+  ASSERT_EQ(deep.errors.size(), 1U);
+  EXPECT_EQ(deep.errors[0].file, "f15.inc");
+  EXPECT_EQ(deep.errors[0].text, "INCLUDE nested too deeply");
 }
 
 TEST(Assembler, ListingShowsAddressesAndBytes) {
   const auto assembly = test::AssembleFiles({
-      {"main.asm", "; demo\n ORG 0F600h\nstart: MOV R1,#2\n DB 1,2,3,4,5,6,7,8,9\n INCLUDE i.inc\n"},
+      {"main.asm",
+       "; demo\n ORG 0F600h\nstart: MOV R1,#2\n DB 1,2,3,4,5,6,7,8,9\n INCLUDE i.inc\n"},
       {"i.inc", " RET\n"},
   });
   ASSERT_TRUE(assembly.Ok()) << test::Errors(assembly)[0];

@@ -11,8 +11,8 @@ namespace velmora::assembler {
 namespace {
 
 const NameLookup kNames = [](std::string_view name) -> std::optional<int64_t> {
-  static const std::map<std::string, int64_t, std::less<>> names = {{"start", 0x1000},
-                                                                    {"len", 6}, {"Bh", 7}};
+  static const std::map<std::string, int64_t, std::less<>> names = {
+      {"start", 0x1000}, {"len", 6}, {"Bh", 7}};
   const auto found = names.find(name);
   if (found == names.end()) return std::nullopt;
   return found->second;
@@ -20,13 +20,12 @@ const NameLookup kNames = [](std::string_view name) -> std::optional<int64_t> {
 
 TEST(Expressions, ValuesByPrecedence) {
   const std::pair<const char*, int64_t> cases[] = {
-      {"12", 12},           {"12h", 0x12},          {"0FFh", 0xFF},
-      {"F0h", 0xF0},        {"0x1F", 0x1F},         {"'A'", 0x41},
-      {"1+2*3", 7},         {"(1+2)*3", 9},         {"10-4-3", 3},
-      {"100/7", 14},        {"-5+8", 3},            {"~0 & 0FFh", 0xFF},
-      {"1<<4+1", 32},       {"80h>>3", 0x10},       {"1|2&3", 3},
-      {"start+len*2", 0x100C}, {"$+4", 0x2004},     {"($-start)/2", 0x800},
-      {"Bh", 7},            {"Ch", 0xC},            {"--3", 3},
+      {"12", 12},      {"12h", 0x12},          {"0FFh", 0xFF}, {"F0h", 0xF0},
+      {"0x1F", 0x1F},  {"'A'", 0x41},          {"1+2*3", 7},   {"(1+2)*3", 9},
+      {"10-4-3", 3},   {"100/7", 14},          {"-5+8", 3},    {"~0 & 0FFh", 0xFF},
+      {"1<<4+1", 32},  {"80h>>3", 0x10},       {"1|2&3", 3},   {"start+len*2", 0x100C},
+      {"$+4", 0x2004}, {"($-start)/2", 0x800}, {"Bh", 7},      {"Ch", 0xC},
+      {"--3", 3},
   };
   for (const auto& [text, value] : cases) {
     const ExpressionResult r = Evaluate(text, 1, 0x2000, kNames);

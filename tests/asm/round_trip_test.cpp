@@ -104,7 +104,8 @@ std::vector<std::vector<uint8_t>> encodingsOf(uint8_t opcode, int count) {
     for (int n = 0; n < count; ++n) {
       std::vector<uint8_t> bytes(static_cast<size_t>(entry.length), 0);
       auto put = [&](FieldRef ref, uint32_t value) {
-        if (ref.Used()) StoreField(entry, ref.width, ref.index, value & ((1U << ref.width) - 1), bytes);
+        if (ref.Used())
+          StoreField(entry, ref.width, ref.index, value & ((1U << ref.width) - 1), bytes);
       };
       if (layout.form >= 0) put(Two(0), static_cast<uint32_t>(layout.form));
       for (const FixedField& fixed : layout.Fixed()) put(fixed.field, fixed.ValueFor(opcode));

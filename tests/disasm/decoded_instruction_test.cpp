@@ -56,10 +56,10 @@ TEST(DecodedStructure, OperandKindsAndValuesPerFormat) {
       {{0x48, 0x3E}, {{K::kWordRegister, 3, 0}, {K::kIndirectOrData3, 0xE, 0}}},
       {{0x88, 0x60}, {{K::kPreDecrement, 0, 0}, {K::kWordRegister, 6, 0}}},
       {{0xC4, 0x34, 0x02, 0x00}, {{K::kIndexed, 4, 2}, {K::kWordRegister, 3, 0}}},
-      {{0x0A, 0x88, 0xF0, 0x30}, {{K::kBitWord, 0x88, 0}, {K::kImmediate, 0xF0, 0},
-                                  {K::kImmediate, 0x30, 0}}},
-      {{0x1A, 0x88, 0x30, 0xF0}, {{K::kBitWord, 0x88, 0}, {K::kImmediate, 0xF0, 0},
-                                  {K::kImmediate, 0x30, 0}}},
+      {{0x0A, 0x88, 0xF0, 0x30},
+       {{K::kBitWord, 0x88, 0}, {K::kImmediate, 0xF0, 0}, {K::kImmediate, 0x30, 0}}},
+      {{0x1A, 0x88, 0x30, 0xF0},
+       {{K::kBitWord, 0x88, 0}, {K::kImmediate, 0xF0, 0}, {K::kImmediate, 0x30, 0}}},
       {{0x4A, 0x88, 0xE0, 0x15}, {{K::kBit, 0xE0, 5}, {K::kBit, 0x88, 1}}},
       {{0xBF, 0x88}, {{K::kBit, 0x88, 11}}},
       {{0x8A, 0x88, 0x05, 0xB0}, {{K::kBit, 0x88, 11}, {K::kRelativeFromNext, 0x100E, 0}}},
@@ -112,8 +112,8 @@ TEST(OperandLayoutTable, EveryDefinedOpcodeHasItsFieldsEachReadOnce) {
       std::set<std::pair<int, int>> used;
       auto take = [&](FieldRef ref) {
         if (!ref.Used()) return;
-        EXPECT_LT(ref.index, cut[ref.width]) << entry.mnemonic << " opcode " << code
-                                             << " width " << int{ref.width};
+        EXPECT_LT(ref.index, cut[ref.width])
+            << entry.mnemonic << " opcode " << code << " width " << int{ref.width};
         EXPECT_TRUE(used.insert({ref.width, ref.index}).second)
             << entry.mnemonic << " opcode " << code << " reads a field twice";
       };
@@ -193,9 +193,11 @@ TEST(DecodedFlow, KindAndTargetOfEveryFlowInstruction) {
 }
 
 TEST(DecodedFlow, PrefixCountsAndTheFollowingAddress) {
-  const std::pair<std::vector<uint8_t>, int> cases[] = {
-      {{0xD1, 0x00}, 1}, {{0xD1, 0xB0}, 4}, {{0xDC, 0x45}, 1},
-      {{0xD7, 0xD0, 0x03, 0x00}, 2}, {{0xD7, 0x30, 0x01, 0x00}, 4}};
+  const std::pair<std::vector<uint8_t>, int> cases[] = {{{0xD1, 0x00}, 1},
+                                                        {{0xD1, 0xB0}, 4},
+                                                        {{0xDC, 0x45}, 1},
+                                                        {{0xD7, 0xD0, 0x03, 0x00}, 2},
+                                                        {{0xD7, 0x30, 0x01, 0x00}, 4}};
   for (const auto& [bytes, count] : cases) {
     const DecodedInstruction d = decode(bytes);
     EXPECT_EQ(d.flow.kind, FlowKind::kPrefix) << FormatInstruction(d);

@@ -8,7 +8,8 @@ using namespace velmora;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(fuzz::AsText(data, size));
-  const assembler::SourceReader reader = [&text](const std::string& path) -> std::optional<std::string> {
+  const assembler::SourceReader reader =
+      [&text](const std::string& path) -> std::optional<std::string> {
     if (path == "main.asm") return text;
     return std::nullopt;
   };
@@ -20,9 +21,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   fuzz::Require(assembly.Ok() || assembly.chunks.empty(), "nothing is placed on an error");
   for (const auto& chunk : assembly.chunks) {
-    fuzz::Require(chunk.address >= 0 &&
-                      chunk.address + static_cast<int64_t>(chunk.bytes.size()) <= 0x1000000,
-                  "bytes stay in the address space");
+    fuzz::Require(
+        chunk.address >= 0 && chunk.address + static_cast<int64_t>(chunk.bytes.size()) <= 0x1000000,
+        "bytes stay in the address space");
   }
   return 0;
 }
