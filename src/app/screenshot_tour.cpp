@@ -78,6 +78,7 @@ int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Spl
   about.close();
 
   // Each window of the program adds its pictures here, in its own file.
+  ShootDebug(shots);
   return shots.ok ? 0 : 1;
 }
 

@@ -36,4 +36,7 @@ bool SaveShot(ShotContext& shots, QWidget& widget, const char* name);
 // Runs a command line on the session and waits for it; false when it failed.
 bool RunShotCommand(ShotContext& shots, const char* line);
 
+// The disassembly and debug window (screenshot_tour_debug.cpp).
+void ShootDebug(ShotContext& shots);
+
 }  // namespace velmora::app

@@ -37,7 +37,7 @@ constexpr MainAction kActions[] = {
      Target, Command, "_compare"},
     {"", "", "UDisplayResetConfig", "Display Reset Configuration", Target, ResetConfig},
     {"BDebug", "Disassemble / Debug", "UTargetDisassemble", "Disassemble / Debug", Target,
-     NotAvailable},
+     Debug},
     {"BConfigure", "Configure Hardware", "UTargetConfiguration", "Configuration ...", Target,
      NotAvailable},
 

@@ -30,6 +30,7 @@ enum class Behaviour {
   RemoveUserScript,
   HelpContents,
   About,
+  Debug,  // the disassembly and debug window
   SelectRange,  // the select-range dialog
   PortSettings,  // the communication settings dialog
   NotAvailable,  // a window or dialog the program does not have yet

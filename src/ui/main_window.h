@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 #include <QString>
 #include <array>
 #include <cstdint>
@@ -36,6 +37,7 @@ class MessageListView;
 class SessionClient;
 class StatusBar;
 class MemoryView;
+class DisassemblyWindow;
 
 inline constexpr std::string_view kNotConnectedToMonitorLine = "*ERROR: Not connected to Monitor";
 
@@ -108,6 +110,8 @@ class MainWindow : public QMainWindow {
   void removeUserScript();
   void showHelp();
   void showAbout();
+  // The disassembly and debug window (main_window_debug.cpp).
+  void openDisassembly();
   // The file dialogs, the select-range and the communication settings dialogs
   // (main_window_dialogs.cpp). A FileChooser set by a test answers instead of the file
   // dialogs.
@@ -130,6 +134,8 @@ class MainWindow : public QMainWindow {
   std::array<QAction*, 4> lastScriptEntries_{};
   QWidget* flashGroup_ = nullptr;
   QWidget* userScriptGroup_ = nullptr;
+  // The disassembly and debug window while it is open (main_window_debug.cpp).
+  QPointer<DisassemblyWindow> disassembly_;
   FileChooser chooseFile_;
   bool refocusCommandLine_ = false;
 };

@@ -82,6 +82,8 @@ void MainWindow::trigger(const MainAction& action) {
       return showHelp();
     case Behaviour::About:
       return showAbout();
+    case Behaviour::Debug:
+      return openDisassembly();
     case Behaviour::SelectRange:
       return selectRange();
     case Behaviour::PortSettings:
