@@ -181,9 +181,9 @@ bool InstructionEncoder::tryCandidate(const Candidate& candidate,
       out.errorColumn = v.column != 0 ? v.column : operands[i].column;
       return false;
     }
-    const OperandSpec& spec = layout.operands[i];
-    if (!store(entry, spec.field, v.value, bytes) || !store(entry, spec.second, v.second, bytes) ||
-        !store(entry, spec.copy, v.value, bytes)) {
+    const OperandSlot& slot = layout.operands[i];
+    if (!store(entry, slot.field, v.value, bytes) || !store(entry, slot.second, v.second, bytes) ||
+        !store(entry, slot.copy, v.value, bytes)) {
       out.error = "the opcode table cuts " + entry.mnemonic + " without room for this operand";
       out.errorColumn = operands[i].column;
       return false;

@@ -234,22 +234,22 @@ OperandValue trapNumber(const SourcePiece& piece, const EncodeContext& c) {
 
 }  // namespace
 
-OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o, const EncodeContext& c,
+OperandValue ResolveOperand(const OperandSlot& slot, const ParsedOperand& o, const EncodeContext& c,
                             int length) {
   const auto reg = static_cast<uint32_t>(o.reg);
-  switch (spec.kind) {
+  switch (slot.kind) {
     case K::kWordRegister:
       return o.syntax == S::kWordRegister ? fits(reg) : OperandValue{};
     case K::kByteRegister:
       return o.syntax == S::kByteRegister ? fits(reg) : OperandValue{};
     case K::kRegWord:
     case K::kRegByte:
-      return shortRegister(o, c, spec.kind == K::kRegByte);
+      return shortRegister(o, c, slot.kind == K::kRegByte);
     case K::kMem:
       return o.syntax == S::kPlain ? memory(o, c) : OperandValue{};
     case K::kImmediate:
-      if (o.syntax != S::kImmediate || writtenDigits(o.expr.text) > spec.digits) return {};
-      return immediate(o.expr, c, spec.digits == 1 ? 4 : 4 * spec.digits);
+      if (o.syntax != S::kImmediate || writtenDigits(o.expr.text) > slot.digits) return {};
+      return immediate(o.expr, c, slot.digits == 1 ? 4 : 4 * slot.digits);
     case K::kIndirect:
       return o.syntax == S::kIndirect ? fits(reg) : OperandValue{};
     case K::kPostIncrement:
@@ -271,13 +271,13 @@ OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& o, con
       return {};
     case K::kBit:
     case K::kBitWord:
-      return bit(o, c, spec.kind == K::kBit);
+      return bit(o, c, slot.kind == K::kBit);
     case K::kCondition:
       return o.syntax == S::kCondition ? fits(reg) : OperandValue{};
     case K::kRelative:
     case K::kRelativeFromNext:
       if (o.syntax != S::kPlain) return {};
-      return relative(o.expr, c, c.address + (spec.kind == K::kRelative ? 2 : length));
+      return relative(o.expr, c, c.address + (slot.kind == K::kRelative ? 2 : length));
     case K::kCaddr:
       return o.syntax == S::kPlain ? segmentOffset(o.expr, c) : OperandValue{};
     case K::kSegment:

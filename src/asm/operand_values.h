@@ -21,7 +21,7 @@ struct OperandValue {
 };
 
 // length is the instruction's, for jumps relative to the following instruction.
-OperandValue ResolveOperand(const OperandSpec& spec, const ParsedOperand& operand,
+OperandValue ResolveOperand(const OperandSlot& slot, const ParsedOperand& operand,
                             const EncodeContext& context, int length);
 
 }  // namespace velmora::assembler

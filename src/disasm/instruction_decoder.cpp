@@ -29,10 +29,10 @@ uint32_t read(const InstructionFields& fields, FieldRef ref) {
 }
 
 // The operand's value as DecodedOperand keeps it, from its raw field.
-uint32_t operandValue(const OperandSpec& spec, uint32_t raw, uint32_t second, int32_t address,
+uint32_t operandValue(const OperandSlot& slot, uint32_t raw, uint32_t second, int32_t address,
                       int length) {
   const int32_t rel = static_cast<int8_t>(static_cast<uint8_t>(raw));
-  switch (spec.kind) {
+  switch (slot.kind) {
     case OperandKind::kRelative:
       return static_cast<uint32_t>(address + 2 + 2 * rel) & 0xFFFF;
     case OperandKind::kRelativeFromNext:
@@ -48,7 +48,7 @@ uint32_t operandValue(const OperandSpec& spec, uint32_t raw, uint32_t second, in
   }
 }
 
-bool render(const DecodedOperand& o, const OperandSpec& spec, const OperandNames& names,
+bool render(const DecodedOperand& o, const OperandSlot& slot, const OperandNames& names,
             PrefixScope scope, std::string& out) {
   switch (o.kind) {
     case OperandKind::kWordRegister:
@@ -66,7 +66,7 @@ bool render(const DecodedOperand& o, const OperandSpec& spec, const OperandNames
     case OperandKind::kSegmentNumber:
     case OperandKind::kPageNumber:
       OperandNames::Immediate(o.value,
-                              spec.digits != 0                     ? spec.digits
+                              slot.digits != 0                     ? slot.digits
                               : o.kind == OperandKind::kPageNumber ? 4
                                                                    : 2,
                               out);
@@ -173,13 +173,13 @@ bool InstructionDecoder::decodeOperands(const OperandLayout& layout,
   const PrefixScope scope = counters_.Scope();
   out.operands.resize(layout.operandCount);
   for (size_t i = 0; i < layout.operandCount; ++i) {
-    const OperandSpec& spec = layout.operands[i];
+    const OperandSlot& slot = layout.operands[i];
     DecodedOperand& operand = out.operands[i];
-    operand.kind = spec.kind;
-    const uint32_t second = read(fields_, spec.second);
-    operand.value = operandValue(spec, read(fields_, spec.field), second, out.address, out.length);
-    if (spec.kind != OperandKind::kPageNumber) operand.second = second;
-    if (!render(operand, spec, names_, scope, operand.text)) return false;
+    operand.kind = slot.kind;
+    const uint32_t second = read(fields_, slot.second);
+    operand.value = operandValue(slot, read(fields_, slot.field), second, out.address, out.length);
+    if (slot.kind != OperandKind::kPageNumber) operand.second = second;
+    if (!render(operand, slot, names_, scope, operand.text)) return false;
   }
   return true;
 }

@@ -57,24 +57,24 @@ namespace {
 using F = OperandFormat;
 using K = OperandKind;
 
-constexpr OperandSpec op(K kind, FieldRef field, FieldRef second = {}, uint8_t digits = 0) {
+constexpr OperandSlot op(K kind, FieldRef field, FieldRef second = {}, uint8_t digits = 0) {
   return {kind, field, second, {}, digits};
 }
-constexpr OperandSpec imm(FieldRef field, uint8_t digits) {
+constexpr OperandSlot imm(FieldRef field, uint8_t digits) {
   return {K::kImmediate, field, {}, {}, digits};
 }
 constexpr FixedField fixedValue(FieldRef field, uint8_t value) {
   return {field, 0, value};
 }
 
-OperandLayout layout(F format, std::initializer_list<OperandSpec> operands,
+OperandLayout layout(F format, std::initializer_list<OperandSlot> operands,
                      std::initializer_list<FixedField> fixed = {}, std::string_view mnemonic = {},
                      int8_t form = -1) {
   OperandLayout l;
   l.format = format;
   l.mnemonic = mnemonic;
   l.form = form;
-  for (const OperandSpec& spec : operands) l.operands[l.operandCount++] = spec;
+  for (const OperandSlot& slot : operands) l.operands[l.operandCount++] = slot;
   for (const FixedField& field : fixed) l.fixed[l.fixedCount++] = field;
   return l;
 }
@@ -84,7 +84,7 @@ std::vector<OperandLayout> buildLayouts() {
   const FieldRef b0 = Eight(0), b1 = Eight(1), b2 = Eight(2), b3 = Eight(3);
   const FieldRef d0 = Sixteen(0);
   const FixedField nibbleF = fixedValue(n0, 0xF);
-  OperandSpec twice = op(K::kWordRegister, n0);
+  OperandSlot twice = op(K::kWordRegister, n0);
   twice.copy = n1;
 
   std::vector<OperandLayout> l = {
@@ -140,14 +140,14 @@ std::vector<OperandLayout> buildLayouts() {
       layout(F::kRegCaddr, {op(K::kRegWord, b1), op(K::kCaddr, d0)}),
       layout(F::kTrap, {op(K::kTrapNumber, b1)}),
   };
-  const OperandSpec count = op(K::kCount, Two(1));
-  const OperandSpec segment = op(K::kSegmentNumber, b1);
-  const OperandSpec page = op(K::kPageNumber, b1, Two(3));
+  const OperandSlot count = op(K::kCount, Two(1));
+  const OperandSlot segment = op(K::kSegmentNumber, b1);
+  const OperandSlot page = op(K::kPageNumber, b1, Two(3));
   l.push_back(layout(F::kExtendImmediate, {segment, count}, {}, "EXTS", 0));
   l.push_back(layout(F::kExtendImmediate, {page, count}, {}, "EXTP", 1));
   l.push_back(layout(F::kExtendImmediate, {segment, count}, {}, "EXTSR", 2));
   l.push_back(layout(F::kExtendImmediate, {page, count}, {}, "EXTPR", 3));
-  const OperandSpec rw = op(K::kWordRegister, n0);
+  const OperandSlot rw = op(K::kWordRegister, n0);
   l.push_back(layout(F::kExtendRegister, {rw, count}, {}, "EXTS", 0));
   l.push_back(layout(F::kExtendRegister, {rw, count}, {}, "EXTP", 1));
   l.push_back(layout(F::kExtendRegister, {rw, count}, {}, "EXTSR", 2));

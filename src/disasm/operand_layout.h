@@ -60,7 +60,7 @@ constexpr FieldRef Sixteen(uint8_t i) {
   return {16, i};
 }
 
-struct OperandSpec {
+struct OperandSlot {
   OperandKind kind = OperandKind::kNone;
   FieldRef field;
   FieldRef second;     // the displacement, bit number or page high bits of the kinds above
@@ -88,12 +88,12 @@ struct OperandLayout {
   OperandFormat format = OperandFormat::kUndefined;
   std::string_view mnemonic;  // empty: the opcode table's
   int8_t form = -1;           // value of Two(0), or -1
-  std::array<OperandSpec, kMaxOperands> operands{};
+  std::array<OperandSlot, kMaxOperands> operands{};
   uint8_t operandCount = 0;
   std::array<FixedField, kMaxFixedFields> fixed{};
   uint8_t fixedCount = 0;
 
-  std::span<const OperandSpec> Operands() const { return {operands.data(), operandCount}; }
+  std::span<const OperandSlot> Operands() const { return {operands.data(), operandCount}; }
   std::span<const FixedField> Fixed() const { return {fixed.data(), fixedCount}; }
 };
 

@@ -109,17 +109,17 @@ std::vector<std::vector<uint8_t>> encodingsOf(uint8_t opcode, int count) {
       };
       if (layout.form >= 0) put(Two(0), static_cast<uint32_t>(layout.form));
       for (const FixedField& fixed : layout.Fixed()) put(fixed.field, fixed.ValueFor(opcode));
-      for (const OperandSpec& spec : layout.Operands()) {
+      for (const OperandSlot& slot : layout.Operands()) {
         uint32_t value = next();
         // The trap number's field has its lowest bit clear in the processor's encoding.
-        if (spec.kind == OperandKind::kTrapNumber) value &= ~1U;
+        if (slot.kind == OperandKind::kTrapNumber) value &= ~1U;
         // Registers by short number: every second one a general purpose register.
-        if (spec.kind == OperandKind::kRegWord || spec.kind == OperandKind::kRegByte) {
+        if (slot.kind == OperandKind::kRegWord || slot.kind == OperandKind::kRegByte) {
           if (n % 2 == 0) value |= 0xF0;
         }
-        put(spec.field, value);
-        put(spec.copy, value);
-        put(spec.second, next());
+        put(slot.field, value);
+        put(slot.copy, value);
+        put(slot.second, next());
       }
       bytes[0] = opcode;  // the opcode byte of the columns that hold an operand in it
       out.push_back(bytes);
@@ -157,7 +157,8 @@ TEST(RoundTrip, EveryDefinedOpcodeThroughItsFields) {
     }
     EXPECT_GT(exactHere, 0) << "no encoding of opcode " << std::hex << code << " comes back";
   }
-  EXPECT_GT(exact, total * 9 / 10) << exact << " of " << total;
+  // Only the texts two forms print alike (two named registers either way round) differ.
+  EXPECT_GE(exact * 100, total * 99) << exact << " of " << total;
 }
 
 TEST(RoundTrip, ListingRunUnderPrefixes) {

@@ -117,10 +117,10 @@ TEST(OperandLayoutTable, EveryDefinedOpcodeHasItsFieldsEachReadOnce) {
         EXPECT_TRUE(used.insert({ref.width, ref.index}).second)
             << entry.mnemonic << " opcode " << code << " reads a field twice";
       };
-      for (const OperandSpec& spec : layout.Operands()) {
-        take(spec.field);
-        take(spec.second);
-        take(spec.copy);
+      for (const OperandSlot& slot : layout.Operands()) {
+        take(slot.field);
+        take(slot.second);
+        take(slot.copy);
       }
       for (const FixedField& fixed : layout.Fixed()) take(fixed.field);
       if (layout.form >= 0) take(Two(0));
