@@ -11,6 +11,7 @@
 #include "disasm/instruction_fields.h"
 #include "disasm/operand_formats.h"
 #include "disasm/operand_layout.h"
+#include "formats/hex_reader.h"
 
 namespace velmora {
 namespace {
@@ -174,6 +175,52 @@ TEST(RoundTrip, ListingRunUnderPrefixes) {
   const auto assembly = test::AssembleText(source);
   ASSERT_TRUE(assembly.Ok()) << test::Errors(assembly)[0];
   EXPECT_EQ(test::Bytes(assembly), code) << source;
+}
+
+// A whole shipped image listed as the disassembly view lists it, each line assembled back
+// in one source (lines the decoder cannot show as DB of their bytes): the result lists
+// the same, line for line.
+TEST(RoundTrip, ShippedImagesListTheSameAfterAssembly) {
+  for (const char* name : {"XFLASH16.HEX", "IFLASH_TOLVANE.HEX"}) {
+    MemoryImage image;
+    SelectionList selections;
+    MessageLog log{"unused-log.txt"};
+    HexRead((test::ShippedDataFolder() / "DRIVER" / name).string(), image, selections, log);
+    const int32_t start = selections.LowestSelectionStart();
+    int32_t end = start;
+    while (image.IsDefined(end)) ++end;
+    ASSERT_GT(end - start, 16) << name;
+
+    InstructionDecoder decoder(Shipped().opcodes, Shipped().registers);
+    std::vector<std::string> listing;
+    char org[32];
+    std::snprintf(org, sizeof org, "  ORG %Xh\n", static_cast<unsigned>(start));
+    std::string source = org;
+    for (int32_t at = start; at + decoder.InstructionLength(image, at) <= end;) {
+      const int length = decoder.InstructionLength(image, at);
+      const std::string text = decoder.Disassemble(image, at);
+      listing.push_back(text);
+      if (text.rfind("Illegal", 0) == 0) {
+        source += "  DB ";
+        for (int i = 0; i < length; ++i)
+          source += (i ? "," : "") + std::to_string(image.GetByte(at + i));
+        source += "\n";
+      } else {
+        source += "  " + text + "\n";
+      }
+      at += length;
+    }
+    const auto assembly = test::AssembleText(source);
+    ASSERT_TRUE(assembly.Ok()) << name << ": " << test::Errors(assembly)[0];
+    MemoryImage again;
+    for (const auto& chunk : assembly.chunks) again.StoreLoaded(chunk.address, chunk.bytes);
+    InstructionDecoder second(Shipped().opcodes, Shipped().registers);
+    int32_t at = start;
+    for (size_t i = 0; i < listing.size(); ++i) {
+      ASSERT_EQ(second.Disassemble(again, at), listing[i]) << name << " line " << i;
+      at += second.InstructionLength(again, at);
+    }
+  }
 }
 
 }  // namespace
