@@ -39,7 +39,7 @@ constexpr MainAction kActions[] = {
     {"BDebug", "Disassemble / Debug", "UTargetDisassemble", "Disassemble / Debug", Target,
      Debug},
     {"BConfigure", "Configure Hardware", "UTargetConfiguration", "Configuration ...", Target,
-     NotAvailable},
+     Configure},
 
     {"", "", "UInterfaceSettings", "Settings...", Interface, PortSettings},
     {"", "", "UTerminalSettings", "Terminal Settings...", Interface, TerminalSettings},

@@ -31,6 +31,7 @@ enum class Behaviour {
   HelpContents,
   About,
   Debug,  // the disassembly and debug window
+  Configure,  // the configuration dialog
   SelectRange,  // the select-range dialog
   PortSettings,  // the communication settings dialog
   NotAvailable,  // a window or dialog the program does not have yet

@@ -38,6 +38,8 @@ class SessionClient;
 class StatusBar;
 class MemoryView;
 class DisassemblyWindow;
+class RegisterListModel;
+class RegisterListPanel;
 
 inline constexpr std::string_view kNotConnectedToMonitorLine = "*ERROR: Not connected to Monitor";
 
@@ -59,8 +61,9 @@ class MainWindow : public QMainWindow {
   // The four last-script entries: each one with a file shows its path.
   void RefreshLastScripts();
   void RefreshMemory();
-  // There is no register window yet; the register list has nothing to redraw.
-  void RefreshSfr() {}
+  // Redraws the register list after a refresh: every line, or the line of the register at
+  // address.
+  void RefreshSfr(int32_t address = -1);
 
   MessageListModel& messages() { return messages_; }
   void setFileChooser(FileChooser chooser) { chooseFile_ = std::move(chooser); }
@@ -82,6 +85,13 @@ class MainWindow : public QMainWindow {
   void setMemoryEditing(bool on);
   int32_t memoryTopLine() const;
   int32_t memoryCursor() const;
+  // The register list's part (main_window_registers.cpp).
+  QWidget* createRegisterList();
+  void showRegisterValues(const Change& change);
+  void addRegister();
+  void removeRegister(const QString& name);
+  void editRegister(const QString& name);
+  void startWhenIdle(std::function<void(Session&)> operation);
 
   void onChanged(const Change& change);
   void onBusyChanged(bool busy);
@@ -118,6 +128,9 @@ class MainWindow : public QMainWindow {
   std::optional<RememberedFile> chooseLoadFile(LoadKind kind, FileQuestion question);
   void selectRange();
   void communicationSettings();
+  // The configuration dialog and the flash dialog (main_window_configuration.cpp).
+  void configure();
+  void openFlashDialog(std::string_view feature);
 
   SessionClient& client_;
   std::filesystem::path programFolder_;
@@ -127,6 +140,9 @@ class MainWindow : public QMainWindow {
   StatusBar* statusBar_ = nullptr;
   QLineEdit* controller_ = nullptr;
   MemoryView* memoryView_ = nullptr;
+  // The register list (main_window_registers.cpp).
+  RegisterListModel* registerModel_ = nullptr;
+  RegisterListPanel* registerPanel_ = nullptr;
   std::vector<QWidget*> operationWidgets_;
   std::vector<QAction*> operationActions_;
   std::array<QPushButton*, kFeatureButtons.size()> featureButtons_{};

@@ -84,6 +84,8 @@ void MainWindow::trigger(const MainAction& action) {
       return showAbout();
     case Behaviour::Debug:
       return openDisassembly();
+    case Behaviour::Configure:
+      return configure();
     case Behaviour::SelectRange:
       return selectRange();
     case Behaviour::PortSettings:
@@ -103,18 +105,13 @@ void MainWindow::enterCommandLine(const QString& text) {
 }
 
 void MainWindow::runFeatureButton(std::string_view feature) {
-  startOperation([feature](Session& s) {
+  if (feature != "PROGRAM") return openFlashDialog(feature);
+  startOperation([](Session& s) {
     if (s.link().state() != TargetState::Ready) {
       s.log.WriteLine(std::string(kNotConnectedToMonitorLine));
       return;
     }
-    if (feature == "PROGRAM") {
-      s.interpreter().RunCommand("_iprogram");
-      return;
-    }
-    // Stands in for the flash dialog, which the program does not have yet.
-    s.frontend().MessageBox("The flash dialog (" + std::string(feature) + ") is not available yet.",
-                            BoxButtons::Ok, BoxIcon::Information, "Flash");
+    s.interpreter().RunCommand("_iprogram");
   });
 }
 
