@@ -2,7 +2,6 @@
 
 #include <QBrush>
 #include <QColor>
-#include <QFontDatabase>
 
 #include "core/hex_text.h"
 
@@ -52,8 +51,6 @@ QVariant DisassemblyModel::data(const QModelIndex& index, int role) const {
                                            static_cast<qsizetype>(kListingSeparator.size()));
       }
       return {};
-    case Qt::FontRole:
-      return QFontDatabase::systemFont(QFontDatabase::FixedFont);
     case Qt::TextAlignmentRole:
       return index.column() == kMarkColumn ? QVariant(Qt::AlignCenter)
                                            : QVariant(Qt::AlignLeft | Qt::AlignVCenter);
