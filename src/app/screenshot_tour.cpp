@@ -79,6 +79,7 @@ int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Spl
 
   // Each window of the program adds its pictures here, in its own file.
   ShootDebug(shots);
+  ShootConfiguration(shots);
   return shots.ok ? 0 : 1;
 }
 

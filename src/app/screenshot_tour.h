@@ -39,4 +39,8 @@ bool RunShotCommand(ShotContext& shots, const char* line);
 // The disassembly and debug window (screenshot_tour_debug.cpp).
 void ShootDebug(ShotContext& shots);
 
+// The configuration dialog, the memory unit editor and the flash dialog
+// (screenshot_tour_configuration.cpp).
+void ShootConfiguration(ShotContext& shots);
+
 }  // namespace velmora::app

@@ -91,7 +91,10 @@ QPushButton* namedButton(const char* name, const QString& caption) {
 QString visiblePart(const std::string& line) {
   size_t end = line.size();
   for (int i = 0; i < 3 && end != std::string::npos; ++i) end = line.rfind('@', end - 1);
-  return QString::fromStdString(line.substr(0, end)).trimmed();
+  std::string shown = line.substr(0, end);
+  // Only the blanks before the key go: a unit's further lines begin with blanks of their own.
+  shown.erase(shown.find_last_not_of(' ') + 1);
+  return QString::fromStdString(shown);
 }
 
 }  // namespace

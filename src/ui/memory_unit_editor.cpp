@@ -83,6 +83,7 @@ void MemoryUnitEditor::buildControls() {
   sectionsLayout->addWidget(sections_, 0, 0, 3, 1);
   sectionsLayout->addWidget(addSection, 0, 1);
   sectionsLayout->addWidget(removeSection, 1, 1);
+  sectionsLayout->setRowStretch(2, 1);
 
   activate_ = FixedPitchList("IActivate");
   activate_->setMaximumHeight(110);
@@ -90,7 +91,8 @@ void MemoryUnitEditor::buildControls() {
   auto* removeActivate = namedButton("BRemove", tr("Remove"));
   auto* activateBox = new QGroupBox(tr("Activate"));
   auto* activateLayout = new QGridLayout(activateBox);
-  activateLayout->addWidget(activate_, 0, 0, 3, 1);
+  activateLayout->addWidget(activate_, 0, 0, 3, 1, Qt::AlignTop);
+  activateLayout->setRowStretch(2, 1);
   activateLayout->addWidget(addActivate, 0, 1);
   activateLayout->addWidget(removeActivate, 1, 1);
 

@@ -145,6 +145,9 @@ class ConfigurationDialogTest : public QObject {
       // The shipped units, one line per region, in the fixed-pitch columns.
       QCOMPARE(control<QListWidget>("IMemoryList")->item(0)->text(),
                QStringLiteral("DPRAM         :00F600-00FDFF"));
+      // A unit's further lines keep the blanks of its name column.
+      QCOMPARE(control<QListWidget>("IMemoryList")->item(4)->text(),
+               QStringLiteral("              :C02000-C03FFF"));
       QCOMPARE(control<QListWidget>("IMemoryList")->count(),
                control<QListWidget>("IMemoryMapped")->count());
       close("BCancel");
