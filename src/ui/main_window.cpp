@@ -123,7 +123,13 @@ void MainWindow::buildControls() {
   terminalLayout->addLayout(commandRow);
 
   auto* splitter = new QSplitter(Qt::Vertical);
-  splitter->addWidget(createMemoryView());
+  // The register list sits beside the memory page, so both stay in sight above the messages.
+  auto* upper = new QWidget;
+  auto* upperLayout = new QHBoxLayout(upper);
+  upperLayout->setContentsMargins(0, 0, 0, 0);
+  upperLayout->addWidget(createMemoryView(), 1);
+  upperLayout->addWidget(createRegisterList());
+  splitter->addWidget(upper);
   splitter->addWidget(terminal);
   // The memory page has a natural height; room the window gains goes to the messages.
   splitter->setStretchFactor(0, 0);
@@ -250,6 +256,7 @@ void MainWindow::onChanged(const Change& change) {
   switch (change.target) {
     case RefreshTarget::MemoryView:
       RefreshMemory();
+      showRegisterValues(change);
       break;
     case RefreshTarget::StatusText:
       RefreshStatus(change.first);
@@ -261,7 +268,7 @@ void MainWindow::onChanged(const Change& change) {
       RefreshLastScripts();
       break;
     case RefreshTarget::RegisterList:
-      RefreshSfr();
+      RefreshSfr(change.first);
       break;
     case RefreshTarget::Disassembly:
       break;  // there is no disassembly window yet
