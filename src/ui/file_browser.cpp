@@ -93,7 +93,10 @@ FileBrowser::FileBrowser(BoxHost& boxes, std::span<const FileType> fileTypes, QW
   connect(folders_, &QListWidget::itemActivated, this,
           [this](QListWidgetItem* item) { setFolder(item->data(kPathRole).toString()); });
   connect(types_, &QComboBox::currentIndexChanged, this, [this] { fillFiles(); });
-  connect(files_, &QListWidget::currentTextChanged, this, [this](const QString& name) {
+  // A selection, not the current item: the list makes its first item current when it gets
+  // the focus, which is no choice of the user's.
+  connect(files_, &QListWidget::itemSelectionChanged, this, [this] {
+    const QString name = selectedFile();
     if (!filling_ && !name.isEmpty()) emit fileSelected(name);
   });
   connect(files_, &QListWidget::itemActivated, this,

@@ -49,6 +49,7 @@ FileLoadDialog::FileLoadDialog(SessionClient& client, LoadKind kind, QWidget* pa
   connect(buttons, &QDialogButtonBox::accepted, this, &FileLoadDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &FileLoadDialog::reject);
   connect(browser_, &FileBrowser::fileSelected, name_, &QLineEdit::setText);
+  name_->setFocus();
   connect(browser_, &FileBrowser::folderChanged, name_, &QLineEdit::clear);
   connect(browser_, &FileBrowser::fileActivated, this, [this](const QString& name) {
     name_->setText(name);

@@ -45,6 +45,7 @@ FileSaveDialog::FileSaveDialog(SessionClient& client, QWidget* parent)
   connect(buttons, &QDialogButtonBox::rejected, this, &FileSaveDialog::reject);
   // A click on an existing file takes its name, to be written over.
   connect(browser_, &FileBrowser::fileSelected, name_, &QLineEdit::setText);
+  name_->setFocus();
 
   const RememberedFile last = client.snapshot().settings.files.configSave;
   const FolderAndName split = SplitFolderAndName(last.path);

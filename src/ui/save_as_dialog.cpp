@@ -102,6 +102,7 @@ SaveAsDialog::SaveAsDialog(SessionClient& client, QWidget* parent)
   connect(buttons, &QDialogButtonBox::accepted, this, &SaveAsDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &SaveAsDialog::reject);
   connect(browser_, &FileBrowser::fileSelected, name_, &QLineEdit::setText);
+  name_->setFocus();
 
   // Saving the selection is what the button says; the block is one click away.
   bySelection_->setChecked(true);

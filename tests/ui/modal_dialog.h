@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QApplication>
+#include <QTest>
 #include <QTimer>
 #include <functional>
 
@@ -18,7 +19,13 @@ void WhenDialogOpens(std::function<void(Dialog&)> work) {
     if (!dialog) return;
     poll->stop();
     poll->deleteLater();
+    if (!QTest::qWaitForWindowExposed(dialog)) qWarning("the dialog was not shown");
     work(*dialog);
+    // A check that failed inside work returned before the dialog was closed: close it, so
+    // that the test fails instead of waiting for ever.
+    QTimer::singleShot(10000, dialog, [dialog] {
+      if (dialog->isVisible()) dialog->reject();
+    });
   });
   poll->start();
 }
