@@ -31,6 +31,7 @@ namespace {
 
 struct Filled {
   std::shared_ptr<const DisassemblyListing> listing;  // null: the listing stays
+  int32_t position = -1;
   DebugReading reading;
 };
 
@@ -180,13 +181,15 @@ void DisassemblyWindow::fill() {
           FillDisassembly(s.selections, s.image, s.decoder, *listing, s.debugger().currentPosition);
           filled.listing = std::move(listing);
         }
+        filled.position = s.debugger().currentPosition;
         filled.reading = readDebugRegisters(s);
         return filled;
       },
       [self](Filled filled) {
         if (!self) return;
         if (filled.listing) self->model_.setListing(std::move(filled.listing));
-        self->showPosition(self->client_.snapshot().debugPosition);
+        // The snapshot may not have caught up with the operation yet.
+        self->showPosition(filled.position);
         self->showRegisters(filled.reading, false);
         self->refreshControls();
         emit self->filled();
