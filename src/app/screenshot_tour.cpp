@@ -80,6 +80,7 @@ int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Spl
   // Each window of the program adds its pictures here, in its own file.
   ShootDebug(shots);
   ShootConfiguration(shots);
+  ShootRegisters(shots);
   return shots.ok ? 0 : 1;
 }
 

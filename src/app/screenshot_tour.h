@@ -43,4 +43,7 @@ void ShootDebug(ShotContext& shots);
 // (screenshot_tour_configuration.cpp).
 void ShootConfiguration(ShotContext& shots);
 
+// The register list, its pick list and its editor (screenshot_tour_registers.cpp).
+void ShootRegisters(ShotContext& shots);
+
 }  // namespace velmora::app

@@ -71,6 +71,7 @@ RegisterEditor::RegisterEditor(BoxHost& boxes, QWidget* parent) : QDialog(parent
   }
   fieldName_ = new QLabel;
   fieldName_->setObjectName(QStringLiteral("LBitName"));
+  fieldName_->setText(tr("Double click a box to invert its bits"));
 
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   buttons->button(QDialogButtonBox::Ok)->setObjectName(QStringLiteral("BOk"));
