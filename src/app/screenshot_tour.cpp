@@ -81,6 +81,7 @@ int RunScreenshotTour(ui::MainWindow& window, ui::SessionClient& client, ui::Spl
   ShootDebug(shots);
   ShootConfiguration(shots);
   ShootRegisters(shots);
+  ShootFiles(shots);
   return shots.ok ? 0 : 1;
 }
 

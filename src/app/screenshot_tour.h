@@ -46,4 +46,8 @@ void ShootConfiguration(ShotContext& shots);
 // The register list, its pick list and its editor (screenshot_tour_registers.cpp).
 void ShootRegisters(ShotContext& shots);
 
+// The file dialogs, save-as, communication settings and select-range dialogs
+// (screenshot_tour_files.cpp).
+void ShootFiles(ShotContext& shots);
+
 }  // namespace velmora::app

@@ -26,6 +26,9 @@ SelectRangeDialog::SelectRangeDialog(BoxHost& boxes, QWidget* parent) : QDialog(
   for (size_t i = 0; i < kSelectRangeBlockSizes.size(); ++i)
     blocks_->addItem(QString::fromStdString(BlockSizeText(i)));
   blocks_->setMaximumWidth(start_->maximumWidth() + 40);
+  // All fourteen sizes at once, without a scroll bar.
+  blocks_->setMinimumHeight(blocks_->sizeHintForRow(0) * blocks_->count() +
+                            2 * blocks_->frameWidth() + 4);
 
   auto* addresses = new QGroupBox(tr("Address range (hexadecimal)"));
   auto* form = new QFormLayout(addresses);
