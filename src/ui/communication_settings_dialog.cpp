@@ -161,7 +161,7 @@ void CommunicationSettingsDialog::accept() {
   if (applying_) return;
   const CommunicationSettings edited = settings_;
   const bool started = client_.start<bool>(
-      [edited](Session& s) {
+      this, [edited](Session& s) {
         storeFields(s.settings.communication, edited);
         return ApplyCommunicationSettings(s.link());
       },

@@ -101,7 +101,7 @@ QString visiblePart(const std::string& line) {
 
 ConfigurationDialog::ConfigurationDialog(ConfigurationContext context,
                                          const TargetConfiguration& stored, QWidget* parent)
-    : QDialog(parent), context_(std::move(context)) {
+    : CheckedFieldsDialog(parent), context_(std::move(context)) {
   setObjectName(QStringLiteral("FConfigure"));
   setWindowTitle(tr("Configure"));
   buildControls();

@@ -5,12 +5,12 @@
 // nothing.
 #pragma once
 
-#include <QDialog>
 #include <array>
 #include <vector>
 
 #include "config/target_configuration.h"
 #include "ui/configuration_context.h"
+#include "ui/focus_out.h"
 
 class QCheckBox;
 class QComboBox;
@@ -19,7 +19,7 @@ class QListWidget;
 
 namespace velmora::ui {
 
-class ConfigurationDialog : public QDialog {
+class ConfigurationDialog : public CheckedFieldsDialog {
   Q_OBJECT
  public:
   ConfigurationDialog(ConfigurationContext context, const TargetConfiguration& stored,

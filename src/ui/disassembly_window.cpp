@@ -174,7 +174,7 @@ void DisassemblyWindow::fill() {
   fillPending_ = false;
   QPointer<DisassemblyWindow> self(this);
   const bool started = client_.start<Filled>(
-      [](Session& s) {
+      this, [](Session& s) {
         Filled filled;
         if (s.debugger().Breakpoints().empty()) {
           auto listing = std::make_shared<DisassemblyListing>();
@@ -241,7 +241,7 @@ void DisassemblyWindow::toggleAt(int row) {
   if (address < 0 || client_.busy() || client_.snapshot().state != TargetState::Ready) return;
   QPointer<DisassemblyWindow> self(this);
   client_.start<Toggled>(
-      [address](Session& s) {
+      this, [address](Session& s) {
         Toggled result;
         if (s.debugger().Toggle(address)) {
           publishCode(s, address);
@@ -273,7 +273,7 @@ void DisassemblyWindow::run(bool step) {
 void DisassemblyWindow::readRegisters() {
   QPointer<DisassemblyWindow> self(this);
   client_.read<DebugReading>(
-      [](Session& s) {
+      this, [](Session& s) {
         // The stop took the run's temporary calls out of the code.
         s.frontend().RequestRefresh(Change::Memory(-1, -1));
         return readDebugRegisters(s);
@@ -288,7 +288,7 @@ void DisassemblyWindow::writeRegister(int index, uint16_t value) {
   showMessage({});
   QPointer<DisassemblyWindow> self(this);
   client_.start<std::pair<int32_t, DebugReading>>(
-      [index, value](Session& s) {
+      this, [index, value](Session& s) {
         const int32_t readBack = WriteGeneralRegister(s.link(), index, value);
         return std::make_pair(readBack, readDebugRegisters(s));
       },
@@ -323,7 +323,7 @@ void DisassemblyWindow::reject() {
     return 0;
   };
   if (!client_.start(std::function<void(Session&)>(removeAll)))
-    client_.read<int>(removeAll, [](int) {});
+    client_.read<int>(this, removeAll, [](int) {});
   QDialog::reject();
 }
 

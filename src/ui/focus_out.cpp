@@ -7,10 +7,14 @@
 namespace velmora::ui {
 namespace {
 
+constexpr const char* kFilterName = "focusOutFilter";
+
 class FocusOutFilter : public QObject {
  public:
   FocusOutFilter(QWidget* widget, std::function<void()> leave)
-      : QObject(widget), leave_(std::move(leave)) {}
+      : QObject(widget), leave_(std::move(leave)) {
+    setObjectName(kFilterName);
+  }
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override {
@@ -27,6 +31,11 @@ class FocusOutFilter : public QObject {
 
 void OnFocusOut(QWidget* widget, std::function<void()> leave) {
   widget->installEventFilter(new FocusOutFilter(widget, std::move(leave)));
+}
+
+CheckedFieldsDialog::~CheckedFieldsDialog() {
+  // A deleted filter is taken off its widget's list.
+  for (QObject* filter : findChildren<QObject*>(kFilterName)) delete filter;
 }
 
 }  // namespace velmora::ui

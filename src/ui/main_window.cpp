@@ -53,7 +53,7 @@ MainWindow::MainWindow(SessionClient& client, QWidget* parent)
   connect(escape, &QShortcut::activated, this, [this] { client_.abort(); });
 
   client_.read<std::filesystem::path>(
-      [](Session& s) { return s.programFolder(); },
+      this, [](Session& s) { return s.programFolder(); },
       [this](std::filesystem::path folder) { programFolder_ = std::move(folder); });
   refreshFromSnapshot();
   onBusyChanged(client_.busy());

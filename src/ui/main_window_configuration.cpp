@@ -29,7 +29,7 @@ using DefaultUnits = std::optional<std::vector<MemoryUnit>>;
 
 void MainWindow::configure() {
   client_.read<ConfigurationSources>(
-      [](Session& s) {
+      this, [](Session& s) {
         ConfigurationSources sources;
         for (int i = 0; i < s.controllerTypes.Count(); ++i)
           sources.typeNames.push_back(s.controllerTypes.At(i).name);
@@ -48,7 +48,7 @@ void MainWindow::configure() {
         context.loadDefaultUnits = [this](const std::string& type,
                                           ConfigurationContext::UnitsDone done) {
           client_.read<DefaultUnits>(
-              [type](Session& s) -> DefaultUnits {
+              this, [type](Session& s) -> DefaultUnits {
                 const int index = s.controllerTypes.FindControllerType(type);
                 if (index < 0) return std::nullopt;
                 std::vector<MemoryUnit> units;
@@ -85,7 +85,7 @@ void MainWindow::openFlashDialog(std::string_view feature) {
   connect(dialog, &FlashDialog::statusWordsWanted, this, [this, dialog](int unit) {
     QPointer<FlashDialog> alive(dialog);
     client_.start<std::vector<int32_t>>(
-        [unit](Session& s) { return ReadStatusWords(s.link(), unit); },
+        this, [unit](Session& s) { return ReadStatusWords(s.link(), unit); },
         [alive](std::vector<int32_t> words) {
           if (alive) alive->showStatusWords(words);
         });

@@ -160,7 +160,7 @@ void MainWindow::selectRange() {
   const int32_t start = dialog.start();
   const std::string command = "_addselection " + HexN(start, 6) + "," + HexN(dialog.end(), 6);
   client_.start<bool>(
-      [command](Session& s) {
+      this, [command](Session& s) {
         s.interpreter().RunCommand(command);
         // Merging may have changed selections beyond the range: the whole page is redrawn.
         s.frontend().RequestRefresh(Change::Memory(-1, -1));

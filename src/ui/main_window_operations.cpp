@@ -134,7 +134,7 @@ void MainWindow::print() {
   if (!printer) return;
   const PrintStyle style = dialog.style();
   client_.start<std::vector<std::string>>(
-      [style](Session& s) { return PrintLines(s.selections, s.image, s.decoder, style); },
+      this, [style](Session& s) { return PrintLines(s.selections, s.image, s.decoder, style); },
       [this, printer](std::vector<std::string> lines) {
         if (!RenderLines(*printer, lines))
           client_.boxes().Message(tr("The printout could not be started."));

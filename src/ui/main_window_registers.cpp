@@ -53,7 +53,7 @@ void MainWindow::showRegisterValues(const Change& change) {
 
 void MainWindow::addRegister() {
   client_.read<QStringList>(
-      [](Session& s) {
+      this, [](Session& s) {
         QStringList names;
         for (int i = 0; i < s.registers.Count(); ++i)
           names.push_back(QString::fromStdString(s.registers.At(i).name));
@@ -76,7 +76,7 @@ void MainWindow::removeRegister(const QString& name) {
 
 void MainWindow::editRegister(const QString& name) {
   client_.start<EditorStart>(
-      [name = name.toStdString()](Session& s) {
+      this, [name = name.toStdString()](Session& s) {
         EditorStart start;
         start.index = s.registers.FindRegister(name);
         if (start.index < 0) return start;

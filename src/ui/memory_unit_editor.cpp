@@ -50,7 +50,7 @@ int32_t hexValue(const QLineEdit* field) {
 
 MemoryUnitEditor::MemoryUnitEditor(const ConfigurationContext& context, const MemoryUnit& unit,
                                    QWidget* parent)
-    : QDialog(parent), context_(context) {
+    : CheckedFieldsDialog(parent), context_(context) {
   setObjectName(QStringLiteral("FMemory"));
   setWindowTitle(tr("Memory Units"));
   buildControls();

@@ -3,12 +3,12 @@
 // working copy; the caller takes unit() after OK, and Cancel leaves the unit as it was.
 #pragma once
 
-#include <QDialog>
 #include <cstdint>
 #include <string>
 
 #include "config/memory_unit.h"
 #include "ui/configuration_context.h"
+#include "ui/focus_out.h"
 
 class QComboBox;
 class QLineEdit;
@@ -16,7 +16,7 @@ class QListWidget;
 
 namespace velmora::ui {
 
-class MemoryUnitEditor : public QDialog {
+class MemoryUnitEditor : public CheckedFieldsDialog {
   Q_OBJECT
  public:
   // context must outlive the editor.

@@ -38,7 +38,7 @@ void checkOnLeave(QLineEdit* field, BoxHost& boxes, std::string_view message,
 
 MemoryRegionDialog::MemoryRegionDialog(BoxHost& boxes, const RegisterTable& registers,
                                        QWidget* parent)
-    : QDialog(parent), boxes_(boxes), registers_(registers) {
+    : CheckedFieldsDialog(parent), boxes_(boxes), registers_(registers) {
   setObjectName(QStringLiteral("FMemoryRegions"));
   setWindowTitle(tr("New Section/Region"));
   start_ = NamedLineEdit("TStartAddress");
@@ -90,7 +90,7 @@ void MemoryRegionDialog::accept() {
 
 MemoryActivateDialog::MemoryActivateDialog(BoxHost& boxes, const RegisterTable& registers,
                                            QWidget* parent)
-    : QDialog(parent), boxes_(boxes), registers_(registers) {
+    : CheckedFieldsDialog(parent), boxes_(boxes), registers_(registers) {
   setObjectName(QStringLiteral("FMemoryActivate"));
   setWindowTitle(tr("Add Activation Register"));
   register_ = NamedLineEdit("TActivateRegister");
@@ -131,7 +131,7 @@ void MemoryActivateDialog::accept() {
   if (checkRegister()) QDialog::accept();
 }
 
-MemoryFeatureDialog::MemoryFeatureDialog(QWidget* parent) : QDialog(parent) {
+MemoryFeatureDialog::MemoryFeatureDialog(QWidget* parent) : CheckedFieldsDialog(parent) {
   setObjectName(QStringLiteral("FMemoryFeature"));
   setWindowTitle(tr("Add Feature"));
   feature_ = new QComboBox;

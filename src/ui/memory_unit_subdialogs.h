@@ -3,10 +3,11 @@
 // fields as the user leaves or changes them and hands its values over on OK.
 #pragma once
 
-#include <QDialog>
 #include <QString>
 #include <cstdint>
 #include <string>
+
+#include "ui/focus_out.h"
 
 class QComboBox;
 class QLineEdit;
@@ -29,7 +30,7 @@ struct RegionInput {
 };
 
 // "FMemoryRegions", "New Section/Region".
-class MemoryRegionDialog : public QDialog {
+class MemoryRegionDialog : public CheckedFieldsDialog {
   Q_OBJECT
  public:
   MemoryRegionDialog(BoxHost& boxes, const RegisterTable& registers, QWidget* parent = nullptr);
@@ -49,7 +50,7 @@ class MemoryRegionDialog : public QDialog {
 };
 
 // "FMemoryActivate", "Add Activation Register".
-class MemoryActivateDialog : public QDialog {
+class MemoryActivateDialog : public CheckedFieldsDialog {
   Q_OBJECT
  public:
   MemoryActivateDialog(BoxHost& boxes, const RegisterTable& registers, QWidget* parent = nullptr);
@@ -67,7 +68,7 @@ class MemoryActivateDialog : public QDialog {
 };
 
 // "FMemoryFeature", "Add Feature".
-class MemoryFeatureDialog : public QDialog {
+class MemoryFeatureDialog : public CheckedFieldsDialog {
   Q_OBJECT
  public:
   explicit MemoryFeatureDialog(QWidget* parent = nullptr);

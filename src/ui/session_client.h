@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <atomic>
 #include <filesystem>
@@ -42,13 +43,17 @@ class SessionClient : public QObject {
   // Queues an operation on the worker. False, with nothing queued, while another one
   // runs: the caller's control should have been disabled.
   bool start(std::function<void(Session&)> operation);
-  // The same, with a result handed to done on the window's thread.
+  // The same, with a result handed to done on the window's thread, unless receiver (the
+  // window or dialog that asked) has been destroyed in the meantime.
   template <typename Result>
-  bool start(std::function<Result(Session&)> operation, std::function<void(Result)> done);
+  bool start(QObject* receiver, std::function<Result(Session&)> operation,
+             std::function<void(Result)> done);
   // Reads the session on the worker after the running operation, whatever is going on,
-  // and hands the result to done on the window's thread. Never counts as an operation.
+  // and hands the result to done on the window's thread, unless receiver has gone by then.
+  // Never counts as an operation.
   template <typename Result>
-  void read(std::function<Result(Session&)> query, std::function<void(Result)> done);
+  void read(QObject* receiver, std::function<Result(Session&)> query,
+            std::function<void(Result)> done);
   // start() and wait for it (with the window's events running): for start-up, quitting
   // and tests. False when refused.
   bool runAndWait(std::function<void(Session&)> operation);
@@ -104,19 +109,26 @@ class SessionClient : public QObject {
 };
 
 template <typename Result>
-bool SessionClient::start(std::function<Result(Session&)> operation,
+bool SessionClient::start(QObject* receiver, std::function<Result(Session&)> operation,
                           std::function<void(Result)> done) {
-  return start([this, operation = std::move(operation), done = std::move(done)](Session& s) {
+  return start([this, guard = QPointer<QObject>(receiver), operation = std::move(operation),
+                done = std::move(done)](Session& s) {
     auto result = std::make_shared<Result>(operation(s));
-    deliver([done, result] { done(std::move(*result)); });
+    deliver([guard, done, result] {
+      if (guard) done(std::move(*result));
+    });
   });
 }
 
 template <typename Result>
-void SessionClient::read(std::function<Result(Session&)> query, std::function<void(Result)> done) {
-  post([this, query = std::move(query), done = std::move(done)](Session& s) {
+void SessionClient::read(QObject* receiver, std::function<Result(Session&)> query,
+                         std::function<void(Result)> done) {
+  post([this, guard = QPointer<QObject>(receiver), query = std::move(query),
+        done = std::move(done)](Session& s) {
     auto result = std::make_shared<Result>(query(s));
-    deliver([done, result] { done(std::move(*result)); });
+    deliver([guard, done, result] {
+      if (guard) done(std::move(*result));
+    });
   });
 }
 

@@ -37,6 +37,7 @@ QStringList UiFixture::linesStartingWith(const QString& prefix) const {
 void UiFixture::run(std::function<void(Session&)> work) {
   waitIdle();
   client_->runAndWait(std::move(work));
+  waitIdle();  // the window hears of the end a little after runAndWait returns
 }
 
 bool UiFixture::waitIdle(int timeoutMs) {

@@ -35,6 +35,7 @@ class UiFixture {
     std::optional<Result> result;
     waitIdle();
     client_->runAndWait([&](Session& s) { result = work(s); });
+    waitIdle();
     return std::move(*result);
   }
   void run(std::function<void(Session&)> work);
