@@ -79,10 +79,13 @@ OperandValue ranged(const SourcePiece& piece, const EncodeContext& c, int64_t lo
   return fits(static_cast<uint32_t>(*v.value));
 }
 
-// #data of n bits: unsigned, or negative down to the signed range, stored in n bits.
+// #data of n bits: unsigned, or for 8 and 16 bits negative down to the signed range, stored
+// in n bits. The processor widens #data3 and #data4 with zeros, so a negative number there
+// would not be the number written: it takes a wider form.
 OperandValue immediate(const SourcePiece& piece, const EncodeContext& c, int bits) {
   const int64_t top = (int64_t{1} << bits) - 1;
-  OperandValue v = ranged(piece, c, -(int64_t{1} << (bits - 1)), top, "value");
+  const int64_t lowest = bits >= 8 ? -(int64_t{1} << (bits - 1)) : 0;
+  OperandValue v = ranged(piece, c, lowest, top, "value");
   v.value &= static_cast<uint32_t>(top);
   return v;
 }
@@ -210,13 +213,18 @@ OperandValue bit(const ParsedOperand& o, const EncodeContext& c, bool withBit) {
 // listing prints each immediate form with its own number of digits, so a number written
 // wider than a form prints keeps to the wider forms and its line assembles back to the
 // same encoding.
+// A zero written only so that the number starts with a digit ("#0FFFFh") is not counted
+// unless the number would then be shorter than any listing prints a value with a leading
+// zero ("#0Ah" is the 8-bit form's).
 size_t writtenDigits(std::string_view text) {
   if (text.size() < 2 || (text.back() != 'h' && text.back() != 'H')) return 0;
   text.remove_suffix(1);
   for (const char ch : text) {
     if (std::isxdigit(static_cast<unsigned char>(ch)) == 0) return 0;
   }
-  return text.size();
+  const bool markerZero =
+      text.size() > 2 && text[0] == '0' && std::isalpha(static_cast<unsigned char>(text[1])) != 0;
+  return markerZero ? text.size() - 1 : text.size();
 }
 
 // The trap number as the listing prints it: hexadecimal digits without "h".

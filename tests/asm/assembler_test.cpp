@@ -118,6 +118,26 @@ TEST(Assembler, AJumpThatGrowsPushesTheCodeBehindIt) {
   EXPECT_EQ(bytes[bytes.size() - 3], 0x00);  // the last one jumps to the next instruction
 }
 
+TEST(Assembler, ImmediatesMeanTheNumberWritten) {
+  // The processor widens #data3 and #data4 with zeros: a negative number needs the form of
+  // the operation's width. A zero that only starts a number with a letter adds no width.
+  const SourceCase cases[] = {
+      {"-1 in a word operation", " ORG 0\n MOV R11,#-1\n", 0, {0xE6, 0xFB, 0xFF, 0xFF}},
+      {"-1 in a byte operation", " ORG 0\n MOVB RL1,#-1\n", 0, {0xE7, 0xF2, 0xFF, 0x00}},
+      {"-2 added", " ORG 0\n ADD R1,#-2\n", 0, {0x06, 0xF1, 0xFE, 0xFF}},
+      {"0FFFFh", " ORG 0\n XOR R11,#0FFFFh\n", 0, {0x56, 0xFB, 0xFF, 0xFF}},
+      {"0FAh in a byte", " ORG 0\n MOVB RL1,#0FAh\n", 0, {0xE7, 0xF2, 0xFA, 0x00}},
+      {"small values keep the short form", " ORG 0\n MOV R1,#7\n", 0, {0xE0, 0x71}},
+  };
+  for (const auto& c : cases) {
+    const auto assembly = AssembleText(c.source);
+    ASSERT_TRUE(assembly.Ok()) << c.what << ": " << test::Errors(assembly)[0];
+    EXPECT_EQ(test::Bytes(assembly), c.bytes) << c.what;
+  }
+  EXPECT_FALSE(AssembleText(" ORG 0\n MOVB RL1,#100h\n").Ok());
+  EXPECT_FALSE(AssembleText(" ORG 0\n MOVB RL1,#-129\n").Ok());
+}
+
 TEST(Assembler, ErrorsNameFileLineAndColumnAndPlaceNothing) {
   const std::pair<std::string, std::string> cases[] = {
       {" ORG 0\n MOVE R1,R2\n", "main.asm:2:2: unknown instruction 'MOVE'"},
