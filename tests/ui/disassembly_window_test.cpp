@@ -83,6 +83,7 @@ class DisassemblyWindowTest : public QObject {
   }
 
   void clickMark(int32_t address) {
+    fixture_->waitIdle();  // a click while an operation runs is ignored, as it should be
     QTableView& view = window_->breakpointView();
     const QModelIndex index = model().index(rowOf(address), DisassemblyModel::kMarkColumn);
     view.scrollTo(index);
