@@ -1,0 +1,43 @@
+// The processor's bus on the virtual board: the memory map over the board's sparse memory
+// image. The board keeps its image (the monitor's block reads and writes use it); RAM and
+// plain registers live there, devices and peripheral registers answer for themselves.
+#pragma once
+
+#include <cstdint>
+
+#include "core/memory_image.h"
+#include "sim/cpu/bus.h"
+#include "sim/devices/memory_map.h"
+
+namespace velmora {
+
+class BoardBus : public Bus {
+ public:
+  explicit BoardBus(MemoryImage& memory) : memory_(memory) {}
+
+  uint8_t ReadByte(int32_t address) override;
+  void WriteByte(int32_t address, uint8_t value) override;
+  uint16_t ReadWord(int32_t address) override;
+  void WriteWord(int32_t address, uint16_t value) override;
+  // A read without side effects: hooks are peeked, devices read as they are.
+  uint16_t PeekWord(int32_t address);
+
+  MemoryMap& map() { return map_; }
+  const MemoryMap& map() const { return map_; }
+  MemoryImage& memory() { return memory_; }
+
+ private:
+  uint16_t imageWord(int32_t at) const {
+    return static_cast<uint16_t>(memory_.GetByte(at) | (memory_.GetByte(at + 1) << 8));
+  }
+  void storeWord(int32_t at, uint16_t value) {
+    memory_.SetByte(at, static_cast<uint8_t>(value));
+    memory_.SetByte(at + 1, static_cast<uint8_t>(value >> 8));
+  }
+  uint16_t registerWord(int32_t at, bool peek);
+
+  MemoryImage& memory_;
+  MemoryMap map_;
+};
+
+}  // namespace velmora
