@@ -183,26 +183,36 @@ TEST_F(JedecFlash16Test, EraseNeedsBothUnlocksAroundTheSetup) {
     bool erases;
   } cases[] = {
       {"sector erase",
-       unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord1, kUnlock1}, {kUnlockWord2, kUnlock2},
+       unlocked({{kUnlockWord1, kEraseSetup},
+                 {kUnlockWord1, kUnlock1},
+                 {kUnlockWord2, kUnlock2},
                  {(target - kBase) / 2, kSectorErase}}),
        true},
       {"no unlock after the setup",
        unlocked({{kUnlockWord1, kEraseSetup}, {(target - kBase) / 2, kSectorErase}}), false},
       {"30h without the setup", unlocked({{(target - kBase) / 2, kSectorErase}}), false},
       {"second unlock wrong after the setup",
-       unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord1, kUnlock1}, {kUnlockWord2, 0x56},
+       unlocked({{kUnlockWord1, kEraseSetup},
+                 {kUnlockWord1, kUnlock1},
+                 {kUnlockWord2, 0x56},
                  {(target - kBase) / 2, kSectorErase}}),
        false},
       {"second unlock at the wrong word after the setup",
-       unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord1, kUnlock1}, {0x2AB, kUnlock2},
+       unlocked({{kUnlockWord1, kEraseSetup},
+                 {kUnlockWord1, kUnlock1},
+                 {0x2AB, kUnlock2},
                  {(target - kBase) / 2, kSectorErase}}),
        false},
       {"first unlock at the wrong word after the setup",
-       unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord2, kUnlock1}, {kUnlockWord2, kUnlock2},
+       unlocked({{kUnlockWord1, kEraseSetup},
+                 {kUnlockWord2, kUnlock1},
+                 {kUnlockWord2, kUnlock2},
                  {(target - kBase) / 2, kSectorErase}}),
        false},
       {"chip erase at the wrong word",
-       unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord1, kUnlock1}, {kUnlockWord2, kUnlock2},
+       unlocked({{kUnlockWord1, kEraseSetup},
+                 {kUnlockWord1, kUnlock1},
+                 {kUnlockWord2, kUnlock2},
                  {kUnlockWord2, kChipErase}}),
        false},
   };
@@ -218,7 +228,9 @@ TEST_F(JedecFlash16Test, EraseNeedsBothUnlocksAroundTheSetup) {
 
 TEST_F(JedecFlash16Test, ChipEraseBlanksEverySectorAfterItsTime) {
   for (int sector = 0; sector < 8; ++sector) put(kBase + sector * kSectorSize + 0x40, 0x0000);
-  run(unlocked({{kUnlockWord1, kEraseSetup}, {kUnlockWord1, kUnlock1}, {kUnlockWord2, kUnlock2},
+  run(unlocked({{kUnlockWord1, kEraseSetup},
+                {kUnlockWord1, kUnlock1},
+                {kUnlockWord2, kUnlock2},
                 {kUnlockWord1, kChipErase}}));
   elapse(JedecTiming{}.chipEraseMicrosPerSector * 8 - 1);
   EXPECT_TRUE(flash.Busy());
