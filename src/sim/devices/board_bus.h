@@ -3,6 +3,7 @@
 // plain registers live there, devices and peripheral registers answer for themselves.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "core/memory_image.h"
@@ -27,8 +28,11 @@ class BoardBus : public Bus {
   MemoryImage& memory() { return memory_; }
 
  private:
+  // One lock of the image for both bytes: the processor's accesses are mostly words.
   uint16_t imageWord(int32_t at) const {
-    return static_cast<uint16_t>(memory_.GetByte(at) | (memory_.GetByte(at + 1) << 8));
+    std::array<uint8_t, 2> bytes;
+    memory_.ReadBytes(at, bytes);
+    return static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
   }
   void storeWord(int32_t at, uint16_t value) {
     memory_.SetByte(at, static_cast<uint8_t>(value));
