@@ -95,7 +95,8 @@ void run(const char* name, Bus& bus, const OpcodeTable& opcodes, long steps) {
   std::printf("%-12s %ld instructions in %.3f s: %.1f million instructions/s, %.1f cycles each\n",
               name, executed, seconds, executed / seconds / 1e6,
               static_cast<double>(cpu.cycles()) / static_cast<double>(executed));
-  if (executed != steps) std::printf("%-12s %ld steps were not plain instructions\n", name, steps - executed);
+  if (executed != steps)
+    std::printf("%-12s %ld steps were not plain instructions\n", name, steps - executed);
 }
 
 }  // namespace

@@ -55,8 +55,8 @@ Result Sub(uint16_t a, uint16_t b, bool borrow, bool byte) {
   const bool overflow = (((x ^ y) & (x ^ difference)) & sign) != 0;
   Result r{narrow(difference, byte), 0, kAll};
   r.flags = static_cast<uint16_t>(zeroNegative(difference, byte) |
-                                  flag(y + (borrow ? 1U : 0U) > x, kPswC) |
-                                  flag(overflow, kPswV) | lowestNegative(y, byte));
+                                  flag(y + (borrow ? 1U : 0U) > x, kPswC) | flag(overflow, kPswV) |
+                                  lowestNegative(y, byte));
   return r;
 }
 
@@ -135,8 +135,8 @@ Result BitTest(bool bit) {
 Result BitPair(bool destination, bool source) {
   const bool a = destination, b = source;
   return {0,
-          static_cast<uint16_t>(flag(!(a || b), kPswZ) | flag(a || b, kPswV) |
-                                flag(a && b, kPswC) | flag(a != b, kPswN)),
+          static_cast<uint16_t>(flag(!(a || b), kPswZ) | flag(a || b, kPswV) | flag(a && b, kPswC) |
+                                flag(a != b, kPswN)),
           kAll};
 }
 
@@ -144,22 +144,38 @@ bool Condition(uint32_t cc, uint16_t psw) {
   const bool n = (psw & kPswN) != 0, c = (psw & kPswC) != 0, v = (psw & kPswV) != 0;
   const bool z = (psw & kPswZ) != 0, e = (psw & kPswE) != 0;
   switch (cc & 15) {
-    case 0x0: return true;
-    case 0x1: return !z && !e;
-    case 0x2: return z;
-    case 0x3: return !z;
-    case 0x4: return v;
-    case 0x5: return !v;
-    case 0x6: return n;
-    case 0x7: return !n;
-    case 0x8: return c;
-    case 0x9: return !c;
-    case 0xA: return !z && n == v;
-    case 0xB: return z || n != v;
-    case 0xC: return n != v;
-    case 0xD: return n == v;
-    case 0xE: return !c && !z;
-    default: return c || z;
+    case 0x0:
+      return true;
+    case 0x1:
+      return !z && !e;
+    case 0x2:
+      return z;
+    case 0x3:
+      return !z;
+    case 0x4:
+      return v;
+    case 0x5:
+      return !v;
+    case 0x6:
+      return n;
+    case 0x7:
+      return !n;
+    case 0x8:
+      return c;
+    case 0x9:
+      return !c;
+    case 0xA:
+      return !z && n == v;
+    case 0xB:
+      return z || n != v;
+    case 0xC:
+      return n != v;
+    case 0xD:
+      return n == v;
+    case 0xE:
+      return !c && !z;
+    default:
+      return c || z;
   }
 }
 

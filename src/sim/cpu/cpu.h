@@ -51,6 +51,9 @@ class Cpu {
   Cpu(Bus& bus, const OpcodeTable& opcodes);
 
   void Reset();  // reset values of the core registers, CSP:IP = 0
+  // One instruction, or the entry of a pending hardware trap or interrupt; while idle,
+  // kIdleCycles of waiting. kTrapEntered is for hardware traps: the TRAP instruction is an
+  // ordinary kExecuted step.
   StepResult Step();
   uint64_t cycles() const { return cycles_; }
   int32_t Ip() const { return (static_cast<int32_t>(reg(kCspSlot) & 0xFF) << 16) | ip_; }
@@ -61,6 +64,8 @@ class Cpu {
   void PokeWord(int32_t address, uint16_t value);
   void SetInterruptSources(std::vector<InterruptSource> sources);
   void NoteInterruptRequest() { interruptCheck_ = true; }
+  // The non-maskable interrupt input went active: trap 2 before the next instruction.
+  void RequestNmi() { requestTrap(core::kTfrNmi); }
   bool idle() const { return idle_ || poweredDown_; }
 
   CoreRegisters Registers() const;
@@ -107,6 +112,11 @@ class Cpu {
 
   // Memory as the program sees it (operand_access.cpp).
   static bool isCoreAddress(int32_t address) { return (address & 0xFFFE00) == 0xFE00; }
+  // The interrupt control registers sit in the upper SFR and ESFR pages; a program that
+  // sets an IR bit there itself requests an interrupt without a peripheral noticing.
+  static bool mayHoldInterruptControl(int32_t address) {
+    return (address & 0xFFFF00) == 0xFF00 || (address & 0xFFFF00) == 0xF100;
+  }
   bool isCoreSlot(int32_t address) const {
     return isCoreAddress(address) && coreSlot_[static_cast<size_t>((address >> 1) & 0xFF)];
   }
@@ -173,8 +183,8 @@ class Cpu {
 
   std::vector<InterruptSource> sources_;
   bool interruptCheck_ = false;
-  bool shield_ = false;      // the last instruction wrote a register interrupts must wait for
-  bool shieldNext_ = false;  // set while an instruction runs
+  bool shield_ = false;        // the last instruction wrote a register interrupts must wait for
+  bool shieldNext_ = false;    // set while an instruction runs
   uint16_t pendingTraps_ = 0;  // TFR bits whose trap has not been entered yet
   bool idle_ = false;
   bool poweredDown_ = false;

@@ -72,7 +72,8 @@ void Cpu::executeBit(const Predecoded& p, uint64_t code) {
       break;
   }
   setFlags(flags.Apply(reg(kPswSlot)));
-  if (op != O::kBcmp) writeWord(destination, withBit(readWord(destination), destinationBit, result));
+  if (op != O::kBcmp)
+    writeWord(destination, withBit(readWord(destination), destinationBit, result));
 }
 
 }  // namespace velmora

@@ -57,7 +57,8 @@ void Cpu::executeMultiply(const Predecoded& p, uint64_t code) {
       flags = core::kPswV;
       write = false;
     } else {
-      md = (static_cast<uint32_t>(remainder & 0xFFFF) << 16) | static_cast<uint32_t>(quotient & 0xFFFF);
+      md = (static_cast<uint32_t>(remainder & 0xFFFF) << 16) |
+           static_cast<uint32_t>(quotient & 0xFFFF);
       flags = resultFlags(quotient == 0, (quotient & 0x8000) != 0, false);
     }
   }

@@ -22,6 +22,7 @@ void Cpu::writeWord(int32_t address, uint16_t value) {
     writeCore(slotOf(address), value);
   } else {
     bus_.WriteWord(address, value);
+    if (mayHoldInterruptControl(address)) interruptCheck_ = true;
   }
 }
 
@@ -33,6 +34,7 @@ uint8_t Cpu::readByte(int32_t address) {
 void Cpu::writeByte(int32_t address, uint8_t value) {
   if (!isCoreSlot(address)) {
     bus_.WriteByte(address, value);
+    if (mayHoldInterruptControl(address)) interruptCheck_ = true;
     return;
   }
   const int slot = slotOf(address);
@@ -45,7 +47,8 @@ int32_t Cpu::dataAddress(uint32_t address) const {
   address &= 0xFFFF;
   switch (paging_) {
     case Paging::kPage:
-      return static_cast<int32_t>((static_cast<uint32_t>(pagingValue_) << 14) | (address & 0x3FFF)) &
+      return static_cast<int32_t>((static_cast<uint32_t>(pagingValue_) << 14) |
+                                  (address & 0x3FFF)) &
              0xFFFFFF;
     case Paging::kSegment:
       return static_cast<int32_t>((static_cast<uint32_t>(pagingValue_ & 0xFF) << 16) | address);

@@ -22,7 +22,8 @@ struct FieldCut {
 
   uint32_t From(uint64_t code) const {
     if (bits == 16) {
-      return static_cast<uint32_t>(((code >> lowShift) & 0xFF) | (((code >> highShift) & 0xFF) << 8));
+      return static_cast<uint32_t>(((code >> lowShift) & 0xFF) |
+                                   (((code >> highShift) & 0xFF) << 8));
     }
     return static_cast<uint32_t>((code >> lowShift) & ((1ULL << bits) - 1));
   }

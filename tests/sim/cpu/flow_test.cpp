@@ -13,6 +13,7 @@ constexpr int32_t kSp = 0xFE12;
 TEST(Conditions, EveryCodeAgainstFlagCombinations) {
   // Columns: the flags before JMPR cc,+2. '1' = the jump is taken.
   const uint16_t flags[] = {0, kZ, kC, kV, kN, kN | kV, kC | kZ, kE, kZ | kE};
+  // clang-format off
   const char* const taken[16] = {
       "111111111",  // UC
       "101111000",  // NET: not equal and not end of table
@@ -31,6 +32,7 @@ TEST(Conditions, EveryCodeAgainstFlagCombinations) {
       "100111010",  // UGT
       "011000101",  // ULE
   };
+  // clang-format on
   for (int cc = 0; cc < 16; ++cc) {
     for (size_t column = 0; column < std::size(flags); ++column) {
       SCOPED_TRACE("cc " + std::to_string(cc) + " column " + std::to_string(column));
@@ -73,6 +75,7 @@ void checkFlow(const FlowCase& c) {
 }
 
 TEST(Jumps, GoWhereTheirOperandsSay) {
+  // clang-format off
   const FlowCase cases[] = {
       {"JMPA cc_C taken", {0xEA, 0x80, 0x00, 0x30}, {}, kC, 0x3000, {}, {}, kC},
       {"JMPA cc_C not taken", {0xEA, 0x80, 0x00, 0x30}, {}, 0, 0x2004, {}, {}, 0},
@@ -82,27 +85,34 @@ TEST(Jumps, GoWhereTheirOperandsSay) {
       {"JB set bit", {0x8A, 0xF1, 0x02, 0x30}, {{1, 0x0008}}, 0, 0x2008, {}, {{1, 0x0008}}, 0},
       {"JB clear bit", {0x8A, 0xF1, 0x02, 0x30}, {{1, 0xFFF7}}, 0, 0x2004, {}, {}, 0},
       {"JNB clear bit", {0x9A, 0xF1, 0xFE, 0x30}, {{1, 0}}, 0, 0x2000, {}, {}, 0},
-      {"JBC clears and jumps", {0xAA, 0xF1, 0x02, 0x30}, {{1, 0x0008}}, 0, 0x2008, {}, {{1, 0}}, kN},
-      {"JBC clear bit falls through", {0xAA, 0xF1, 0x02, 0x30}, {{1, 0}}, kC, 0x2004, {}, {{1, 0}}, kZ},
+      {"JBC clears and jumps", {0xAA, 0xF1, 0x02, 0x30}, {{1, 0x0008}}, 0, 0x2008, {}, {{1, 0}},
+       kN},
+      {"JBC clear bit falls through", {0xAA, 0xF1, 0x02, 0x30}, {{1, 0}}, kC, 0x2004, {}, {{1, 0}},
+       kZ},
       {"JNBS sets and jumps", {0xBA, 0xF1, 0x02, 0x30}, {{1, 0}}, 0, 0x2008, {}, {{1, 0x0008}}, kZ},
-      {"JNBS set bit falls through", {0xBA, 0xF1, 0x02, 0x30}, {{1, 8}}, 0, 0x2004, {}, {{1, 8}}, kN},
+      {"JNBS set bit falls through", {0xBA, 0xF1, 0x02, 0x30}, {{1, 8}}, 0, 0x2004, {}, {{1, 8}},
+       kN},
   };
+  // clang-format on
   for (const FlowCase& c : cases) checkFlow(c);
 }
 
 TEST(Calls, PushTheReturnAddress) {
+  // clang-format off
   const FlowCase cases[] = {
       {"CALLA taken", {0xCA, 0x00, 0x00, 0x30}, {}, 0, 0x3000, {{0, 0x2004}}, {}, 0},
       {"CALLA cc_Z not taken", {0xCA, 0x20, 0x00, 0x30}, {}, 0, 0x2004, {}, {}, 0},
       {"CALLR backwards", {0xBB, 0xFE}, {}, 0, 0x1FFE, {{0, 0x2002}}, {}, 0},
       {"CALLI cc_UC,[R4]", {0xAB, 0x04}, {{4, 0x5000}}, 0, 0x5000, {{0, 0x2002}}, {}, 0},
-      {"CALLS pushes CSP then IP", {0xDA, 0x02, 0x34, 0x12}, {}, 0, 0x021234, {{0, 0x2004}, {0, 0x0000}},
+      {"CALLS pushes CSP then IP", {0xDA, 0x02, 0x34, 0x12}, {}, 0, 0x021234,
+       {{0, 0x2004}, {0, 0x0000}},
        {}, 0},
       {"PCALL pushes the register then IP", {0xE2, 0xF5, 0x00, 0x30}, {{5, 0xABCD}}, kC, 0x3000,
        {{0, 0x2004}, {0, 0xABCD}}, {}, kC | kN},
       {"TRAP pushes PSW, CSP, IP", {0x9B, 0x40}, {}, 0x1803, 0x000080,
        {{0, 0x2002}, {0, 0x0000}, {0, 0x1803}}, {}, kN | kC},
   };
+  // clang-format on
   for (const FlowCase& c : cases) checkFlow(c);
 }
 
@@ -113,12 +123,14 @@ TEST(Returns, RestoreWhatTheCallsSaved) {
     std::vector<uint8_t> back;  // at the target
     int32_t target;
   };
+  // clang-format off
   const Case cases[] = {
       {"CALLA/RET", {0xCA, 0x00, 0x00, 0x30}, {0xCB, 0x00}, 0x013000},
       {"CALLS/RETS", {0xDA, 0x02, 0x34, 0x12}, {0xDB, 0x00}, 0x021234},
       {"PCALL/RETP", {0xE2, 0xF5, 0x00, 0x30}, {0xEB, 0xF5}, 0x013000},
       {"TRAP/RETI", {0x9B, 0x40}, {0xFB, 0x88}, 0x000080},
   };
+  // clang-format on
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     CpuRig rig;

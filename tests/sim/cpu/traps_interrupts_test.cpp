@@ -27,21 +27,56 @@ TEST(HardwareTraps, EnterTheirVectorsWithTheirFlags) {
     uint16_t pushedIp;
   };
   const Case cases[] = {
-      {"stack overflow on PUSH", {0xEC, 0xF1, 0xCC, 0x00}, {{kStkov, 0xFC00}},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x10, 0x4000, 0x2002},
-      {"stack overflow on CALLA", {0xCA, 0x00, 0x00, 0x30}, {{kStkov, 0xFC00}},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x10, 0x4000, 0x3000},
-      {"stack underflow on POP", {0xFC, 0xF1}, {{kStkun, 0xFC00}},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x18, 0x2000, 0x2002},
-      {"stack underflow on RET", {0xCB, 0x00}, {{kStkun, 0xFC00}, {0xFC00, 0x4000}},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x18, 0x2000, 0x4000},
+      {"stack overflow on PUSH",
+       {0xEC, 0xF1, 0xCC, 0x00},
+       {{kStkov, 0xFC00}},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x10,
+       0x4000,
+       0x2002},
+      {"stack overflow on CALLA",
+       {0xCA, 0x00, 0x00, 0x30},
+       {{kStkov, 0xFC00}},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x10,
+       0x4000,
+       0x3000},
+      {"stack underflow on POP",
+       {0xFC, 0xF1},
+       {{kStkun, 0xFC00}},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x18,
+       0x2000,
+       0x2002},
+      {"stack underflow on RET",
+       {0xCB, 0x00},
+       {{kStkun, 0xFC00}, {0xFC00, 0x4000}},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x18,
+       0x2000,
+       0x4000},
       {"undefined opcode", {0x8B, 0x00}, {}, {StepKind::kTrapEntered}, 0x28, 0x0080, 0x2000},
-      {"ATOMIC with an undefined form", {0xD1, 0x40}, {},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x28, 0x0080, 0x2002},
-      {"damaged SRST", {0xB7, 0x48, 0xB7, 0x00}, {},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x28, 0x0008, 0x2004},
-      {"word read at an odd address", {0xA8, 0x12}, {},
-       {StepKind::kExecuted, StepKind::kTrapEntered}, 0x28, 0x0004, 0x2002},
+      {"ATOMIC with an undefined form",
+       {0xD1, 0x40},
+       {},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x28,
+       0x0080,
+       0x2002},
+      {"damaged SRST",
+       {0xB7, 0x48, 0xB7, 0x00},
+       {},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x28,
+       0x0008,
+       0x2004},
+      {"word read at an odd address",
+       {0xA8, 0x12},
+       {},
+       {StepKind::kExecuted, StepKind::kTrapEntered},
+       0x28,
+       0x0004,
+       0x2002},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -149,8 +184,9 @@ TEST_F(Interrupts, WaitWhileTheProcessorPriorityIsAsHigh) {
   rig.Code({0xCC, 0x00, 0xE6, 0x88, 0x00, 0x08, 0xCC, 0x00, 0xCC, 0x00});
   rig.cpu().SetPsw(0x5800);
   request(kIcA, 5);
-  EXPECT_EQ(rig.Steps(4), (std::vector<StepKind>{StepKind::kExecuted, StepKind::kExecuted,
-                                                 StepKind::kExecuted, StepKind::kInterruptEntered}));
+  EXPECT_EQ(rig.Steps(4),
+            (std::vector<StepKind>{StepKind::kExecuted, StepKind::kExecuted, StepKind::kExecuted,
+                                   StepKind::kInterruptEntered}));
   EXPECT_EQ(rig.Word(0xFBFA), 0x2008);
 }
 
@@ -178,7 +214,8 @@ TEST_F(Interrupts, NotInsideAtomicOrExtSequences) {
     const char* name;
     std::vector<uint8_t> prefix;
   };
-  const Case cases[] = {{"ATOMIC #2", {0xD1, 0x10}}, {"EXTP #2", {0xD7, 0x50, 0x00, 0x00}},
+  const Case cases[] = {{"ATOMIC #2", {0xD1, 0x10}},
+                        {"EXTP #2", {0xD7, 0x50, 0x00, 0x00}},
                         {"EXTR #2", {0xD1, 0x90}}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -222,6 +259,27 @@ TEST_F(Interrupts, IdleEndsOnARequestThePriorityHoldsBack) {
   request(kIcA, 3);
   EXPECT_EQ(rig.cpu().Step().kind, StepKind::kExecuted);  // the NOP after IDLE
   EXPECT_EQ(rig.cpu().Ip(), 0x2006);
+}
+
+TEST_F(Interrupts, AProgramSettingIrRequestsOneItself) {
+  // BSET IR of the control register at FF60 (bitoff B0h, bit 7), then a NOP.
+  rig.Word(kIcA, 0x40 | 4 << 2);
+  rig.Code({0x7F, 0xB0, 0xCC, 0x00});
+  rig.cpu().SetPsw(0x0800);
+  EXPECT_EQ(rig.Steps(2),
+            (std::vector<StepKind>{StepKind::kExecuted, StepKind::kInterruptEntered}));
+  EXPECT_EQ(rig.cpu().Ip(), kTrapA * 4);
+}
+
+TEST_F(Interrupts, NmiTrapComesBeforeThem) {
+  rig.Code(nops(2));
+  rig.cpu().SetPsw(0x0800);
+  request(kIcA, 15);
+  rig.cpu().RequestNmi();
+  EXPECT_EQ(rig.cpu().Step().kind, StepKind::kTrapEntered);
+  EXPECT_EQ(rig.cpu().Ip(), 0x08);
+  EXPECT_EQ(rig.cpu().PeekWord(kTfr), 0x8000);
+  EXPECT_EQ(rig.cpu().Psw() >> 12, 15);
 }
 
 TEST_F(Interrupts, PowerDownIgnoresThemUntilReset) {
