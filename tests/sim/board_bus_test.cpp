@@ -112,6 +112,8 @@ TEST(BoardBusMap, RefusesRangesOffPageBoundariesAndDevicelessDevicePages) {
   EXPECT_EQ(map.KindAt(0x1000), PageKind::Unmapped);
   EXPECT_EQ(map.KindAt(0x1100), PageKind::Unmapped);
   EXPECT_FALSE(map.MapRegisters(0xE000, 0x100));
+  EXPECT_FALSE(map.MapRegisters(0xFF00, 0x200)) << "registers end at FFFF";
+  EXPECT_EQ(map.KindAt(0x10000), PageKind::Unmapped);
   EXPECT_FALSE(map.AttachHook(0xFE00, nullptr)) << "not a register page yet";
 }
 

@@ -41,8 +41,10 @@ class MemoryMap {
   // A later mapping replaces an earlier one page by page.
   bool Map(int32_t start, int32_t length, PageKind kind, BusDevice* device = nullptr);
   // A register area: F000..F1FF (ESFR) or FE00..FFFF (SFR) on these controllers.
+  // Register areas lie in F000..FFFF, where the hooks are kept.
   bool MapRegisters(int32_t start, int32_t length) {
-    return start >= kRegisterWindow && Map(start, length, PageKind::Registers);
+    return start >= kRegisterWindow && start + length <= 0x10000 &&
+           Map(start, length, PageKind::Registers);
   }
   // False when the address is not in a register area.
   bool AttachHook(int32_t address, RegisterHook* hook);

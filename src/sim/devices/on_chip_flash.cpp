@@ -82,7 +82,7 @@ void OnChipFlash::setBlockNumber(int sector) {
 
 // A locked sector or the protected unit refuses to change; the cells stay as they were.
 bool OnChipFlash::refuse(int sector) {
-  const bool locked = sector < 16 && (locks_ & (1u << sector)) != 0;
+  const bool locked = sector >= 0 && sector < 16 && (locks_ & (1u << sector)) != 0;
   if (!locked && !protected_) return false;
   status_ |= variant_.protectionError | variant_.operationError;
   return true;
