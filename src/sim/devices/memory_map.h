@@ -1,4 +1,4 @@
-// Which part of the board answers an address: a table of 256-byte pages over the 16 MB
+// What on the board answers an address: a table of 256-byte pages over the 16 MB
 // space, so that the processor's accesses cost one index and one switch. Pages of RAM are
 // served from the board's memory image directly; devices get a pointer; in the register
 // areas each word can have a peripheral's hook.
