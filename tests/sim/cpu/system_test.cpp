@@ -118,3 +118,33 @@ TEST(PublicState, JumpGprAndPeekPokeSeeWhatTheProgramSees) {
 
 }  // namespace
 }  // namespace velmora::test
+
+namespace velmora::test {
+namespace {
+
+TEST(Programs, SumAnArrayInALoopUntilIdle) {
+  CpuRig rig;
+  for (int i = 0; i < 10; ++i) rig.Word(0x3000 + 2 * i, static_cast<uint16_t>(i + 1));
+  rig.Code({
+      0xE6, 0xF1, 0x00, 0x30,  // MOV   R1,#3000h
+      0xE0, 0xA2,              // MOV   R2,#10
+      0xE0, 0x04,              // MOV   R4,#0
+      0x08, 0x4D,              // loop: ADD R4,[R1+]
+      0xA0, 0x12,              // CMPD1 R2,#1
+      0x3D, 0xFD,              // JMPR  cc_NZ,loop
+      0xF6, 0xF4, 0x00, 0x31,  // MOV   3100h,R4
+      0x87, 0x78, 0x87, 0x87,  // IDLE
+  });
+  int steps = 0;
+  while (!rig.cpu().idle() && steps < 100) {
+    rig.cpu().Step();
+    ++steps;
+  }
+  EXPECT_EQ(steps, 3 + 3 * 10 + 2);
+  EXPECT_EQ(rig.Word(0x3100), 55);
+  EXPECT_EQ(rig.cpu().Gpr(1), 0x3014);
+  EXPECT_EQ(rig.cpu().Gpr(2), 0);
+}
+
+}  // namespace
+}  // namespace velmora::test
