@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +35,8 @@ constexpr const char* kUsage =
     "                        this program)\n"
     "  --type NAME           controller type from mctypes.dat (default TOLVANE)\n"
     "  --kline               one-wire K-line: every byte is echoed, K-line images expected\n"
+    "  --trace FILE          write every instruction the board's processor runs to FILE:\n"
+    "                        address, bytes, instruction, the registers it changed\n"
     "  --line-rate BAUD      every byte takes 10/BAUD seconds in each direction\n"
     "Faults (byte numbers N count the bytes the board sends, from 0):\n"
     "  --silent              the board never answers\n"
@@ -57,6 +60,7 @@ extern "C" void onReset(int) {
 struct Options {
   std::string home;
   std::string type = "TOLVANE";
+  std::string trace;
   bool kline = false;
   int32_t lineRate = 0;
   bool silent = false;
@@ -109,10 +113,11 @@ std::optional<int> parseArguments(int argc, char** argv, Options& options) {
       options.silent = true;
     } else if (arg == "--bad-checksum") {
       options.badChecksum = true;
-    } else if (arg == "--home" || arg == "--type") {
+    } else if (arg == "--home" || arg == "--type" || arg == "--trace") {
       const auto text = value();
       if (!text || text->empty()) return usageError(std::string(arg) + " needs a value");
-      (arg == "--home" ? options.home : options.type) = std::string(*text);
+      (arg == "--home" ? options.home : arg == "--type" ? options.type : options.trace) =
+          std::string(*text);
     } else if (arg == "--line-rate") {
       const auto text = value();
       const auto baud = text ? parseNumber<int32_t>(*text) : std::nullopt;
@@ -176,6 +181,15 @@ int main(int argc, char** argv) {
   }
   config->kline = options.kline;
   Board board(*config);
+  std::ofstream trace;
+  if (!options.trace.empty()) {
+    trace.open(options.trace);
+    if (!trace) {
+      std::fprintf(stderr, "velmora-board: cannot write the trace to %s\n", options.trace.c_str());
+      return 1;
+    }
+    board.SetTrace(&trace);
+  }
   armFaults(options, board.faults());
 
   // The signals are blocked except while the server sleeps, so that one arriving between

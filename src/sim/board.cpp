@@ -1,8 +1,9 @@
 #include "sim/board.h"
 
+#include <array>
 #include <utility>
 
-#include "sim/code_runner.h"
+#include "sim/cpu/core_registers.h"
 
 namespace velmora {
 
@@ -11,6 +12,19 @@ using std::chrono::milliseconds;
 namespace {
 constexpr uint8_t kAsc1Init = 0xCC;
 constexpr uint8_t kAsc1Flag = 0xD5;
+
+// The registers the processor keeps inside itself and the monitor serves from memory.
+// CSP is set by every start; ZEROS and ONES cannot be written.
+constexpr std::array<int32_t, 14> kCoreRegisters = {
+    core::kDpp0,  core::kDpp0 + 2, core::kDpp0 + 4, core::kDpp0 + 6, core::kMdh,
+    core::kMdl,   core::kCp,       core::kSp,       core::kStkov,    core::kStkun,
+    core::kMdc,   core::kPsw,      core::kSyscon,   core::kTfr};
+
+// A called routine's RETS lands here, inside the monitor's area and apart from its break
+// entry at the start.
+constexpr int32_t kCallReturnOffset = 4;
+// A started program is followed this far; after that it runs on its own.
+constexpr uint64_t kProgramStepLimit = uint64_t{1} << 20;
 }  // namespace
 
 Board::Board(BoardConfig config)
@@ -18,7 +32,41 @@ Board::Board(BoardConfig config)
       flash_(config_.flashUnits, config_.flashPassword),
       monitorAddress_(config_.monitorAddress) {
   flash_.Erase(memory_);
+  if (config_.opcodes) cpu_ = std::make_unique<Cpu>(bus_, *config_.opcodes);
   resetRegisters();
+}
+
+void Board::SetTrace(std::ostream* out) {
+  trace_.reset();
+  if (out && config_.opcodes && config_.registers)
+    trace_ = std::make_unique<InstructionTrace>(*out, *config_.opcodes, *config_.registers);
+}
+
+void Board::loadCoreRegisters() {
+  for (int32_t address : kCoreRegisters) cpu_->PokeWord(address, ReadWord(address));
+}
+
+void Board::storeCoreRegisters() {
+  for (int32_t address : kCoreRegisters) WriteWord(address, cpu_->PeekWord(address));
+}
+
+RunOutcome Board::runCode(int32_t start, bool asCall, uint64_t stepLimit) {
+  loadCoreRegisters();
+  const MonitorExits exits{monitorAddress_ + kCallReturnOffset, monitorAddress_};
+  const RunTrace trace{trace_.get(), &memory_};
+  RunOutcome outcome;
+  if (asCall) {
+    outcome = CallOnProcessor(*cpu_, start, exits, stepLimit, trace);
+  } else {
+    cpu_->Jump(start);
+    outcome = RunOnProcessor(*cpu_, exits, stepLimit, trace);
+  }
+  storeCoreRegisters();
+  return outcome;
+}
+
+milliseconds Board::boardTime(uint64_t cycles) const {
+  return milliseconds(static_cast<int64_t>(cycles * 1000 / static_cast<uint64_t>(config_.cpuClockHz)));
 }
 
 void Board::store(int32_t at, std::span<const uint8_t> bytes) {
@@ -29,6 +77,12 @@ void Board::store(int32_t at, std::span<const uint8_t> bytes) {
 }
 
 void Board::resetRegisters() {
+  // The core registers start as the processor's reset leaves them; the board's own reset
+  // values (the monitor's bank and stack among them) go over them.
+  if (cpu_) {
+    cpu_->Reset();
+    storeCoreRegisters();
+  }
   for (const auto& reg : config_.resetRegisters) WriteWord(reg.address, static_cast<uint16_t>(reg.value));
   WriteWord(config_.cpAddress, static_cast<uint16_t>(config_.cpValue));
   WriteWord(config_.spAddress, static_cast<uint16_t>(config_.spValue));
@@ -212,8 +266,13 @@ void Board::go(std::span<const uint8_t> parameters) {
     return;
   }
   mode_ = Mode::Running;
-  if (!config_.opcodes) return;
-  if (const auto stop = RunUntilBreak(memory_, *config_.opcodes, target, monitorAddress_)) HitBreak(*stop);
+  if (!cpu_) return;
+  const RunOutcome outcome = runCode(target, false, kProgramStepLimit);
+  if (outcome.end == RunEnd::kGone) return;
+  // The break entry (or a jump into the monitor) takes over: the program's far call has
+  // pushed CSP and the IP after the breakpoint.
+  mode_ = Mode::Monitor;
+  send(static_cast<uint8_t>(config_.bytes.applicationStarted), boardTime(outcome.cycles));
 }
 
 void Board::call(std::span<const uint8_t> parameters) {
@@ -231,17 +290,34 @@ void Board::call(std::span<const uint8_t> parameters) {
       return;
     }
     registers = *result;
+  } else if (cpu_) {
+    writeBank(registers);
+    const RunOutcome outcome = runCode(target, true, kRunStepLimit);
+    if (outcome.end != RunEnd::kReturned) {
+      // Lost in the code, or stopped at a breakpoint: either way the call has no answer.
+      mode_ = outcome.end == RunEnd::kBreak ? Mode::Monitor : Mode::Running;
+      if (outcome.end == RunEnd::kBreak)
+        send(static_cast<uint8_t>(config_.bytes.applicationStarted), boardTime(outcome.cycles));
+      return;
+    }
+    duration = boardTime(outcome.cycles);
+    const uint16_t bank = ReadWord(config_.cpAddress);
+    for (size_t k = 0; k < registers.size(); ++k)
+      registers[k] = ReadWord(bank + 2 * static_cast<int32_t>(8 + k));
   }
-  // The routine's registers live in the register bank at CP, where Rn is at CP + 2n.
-  const uint16_t bank = ReadWord(config_.cpAddress);
-  for (size_t k = 0; k < registers.size(); ++k) {
-    WriteWord(bank + 2 * static_cast<int32_t>(8 + k), registers[k]);
-  }
+  writeBank(registers);
   for (size_t k = 0; k < registers.size(); ++k) {
     send(static_cast<uint8_t>(registers[k]), k == 0 ? duration : milliseconds(0));
     send(static_cast<uint8_t>(registers[k] >> 8));
   }
   send(static_cast<uint8_t>(config_.bytes.ack2));
+}
+
+// The routine's registers live in the register bank at CP, where Rn is at CP + 2n.
+void Board::writeBank(const BoardRegisters& registers) {
+  const uint16_t bank = ReadWord(config_.cpAddress);
+  for (size_t k = 0; k < registers.size(); ++k)
+    WriteWord(bank + 2 * static_cast<int32_t>(8 + k), registers[k]);
 }
 
 void Board::ResetToBootstrap() {

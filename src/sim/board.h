@@ -13,13 +13,19 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
+#include <ostream>
 #include <span>
 #include <vector>
 
 #include "core/memory_image.h"
 #include "sim/board_config.h"
 #include "sim/board_faults.h"
+#include "sim/cpu/cpu.h"
+#include "sim/cpu/image_bus.h"
 #include "sim/flash_model.h"
+#include "sim/instruction_trace.h"
+#include "sim/program_run.h"
 
 namespace velmora {
 
@@ -95,7 +101,13 @@ class Board {
   // The program runs into a break at address: the monitor's entry pushes CSP and IP (of
   // the instruction after the 4-byte break) and sends A_APPLICATION_STARTED.
   void HitBreak(int32_t address);
+  // A stand-in for the code at address: tests that need a routine of a given duration or
+  // result without writing it in target code.
   void SetRoutine(int32_t address, BoardRoutine routine) { routines_[address] = std::move(routine); }
+  // Every instruction the processor runs is written to out (nullptr: none).
+  void SetTrace(std::ostream* out);
+  // The processor, if the board has the instruction set.
+  Cpu* processor() { return cpu_.get(); }
 
  private:
   using Handler = std::function<void(std::span<const uint8_t>)>;
@@ -115,6 +127,13 @@ class Board {
   void call(std::span<const uint8_t> parameters);
   void go(std::span<const uint8_t> parameters);
   bool isMonitorCopyAt(int32_t address);
+  // Code on the processor: the core registers come from the memory the monitor serves and
+  // go back there afterwards.
+  RunOutcome runCode(int32_t start, bool asCall, uint64_t stepLimit);
+  void writeBank(const BoardRegisters& registers);
+  void loadCoreRegisters();
+  void storeCoreRegisters();
+  std::chrono::milliseconds boardTime(uint64_t cycles) const;
 
   BoardConfig config_;
   MemoryImage memory_;
@@ -133,6 +152,9 @@ class Board {
   std::vector<uint8_t> collected_;
   Handler then_;
   std::map<int32_t, BoardRoutine> routines_;
+  ImageBus bus_{memory_};
+  std::unique_ptr<Cpu> cpu_;
+  std::unique_ptr<InstructionTrace> trace_;
 };
 
 }  // namespace velmora

@@ -39,9 +39,13 @@ struct BoardConfig {
   int32_t spValue = 0xFBFE;
   std::vector<ResetRegister> resetRegisters;  // identification, reset configuration, serial
 
-  // Instruction lengths, so that a started program can run to a breakpoint; without them a
-  // started program just runs.
+  // The instruction set, so that the board's processor runs called routines and started
+  // programs; without it a started program just runs and a call comes back at once. The
+  // register names are for the instruction trace.
   std::shared_ptr<const OpcodeTable> opcodes;
+  std::shared_ptr<const RegisterTable> registers;
+  // The processor clock: a run's cycles become board time at this rate.
+  int64_t cpuClockHz = 20'000'000;
 
   std::vector<FlashUnitModel> flashUnits;
   // What unlock and unprotect must be given; the virtual board's is "KORDA".

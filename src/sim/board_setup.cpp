@@ -69,9 +69,10 @@ std::optional<BoardConfig> LoadBoardConfig(const std::filesystem::path& programF
     log.WriteLine("*ERROR: Controller type " + std::string(typeName) + " not found");
     return std::nullopt;
   }
-  RegisterTable registers;
-  if (!LoadRegisterFile(types.At(index).registerFile, registers, log).found) return std::nullopt;
-  BoardConfig config = BoardConfigFor(registers, types.At(index).ids);
+  auto registers = std::make_shared<RegisterTable>();
+  if (!LoadRegisterFile(types.At(index).registerFile, *registers, log).found) return std::nullopt;
+  BoardConfig config = BoardConfigFor(*registers, types.At(index).ids);
+  config.registers = std::move(registers);
   config.flashUnits = flashUnits(programFolder, types.At(index).memoryFile, log);
   auto opcodes = std::make_shared<OpcodeTable>();
   if (LoadOpcodeTable((programFolder / "CMDDEF" / "command.cmd").string(), *opcodes, log).found) {
