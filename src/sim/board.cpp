@@ -23,8 +23,10 @@ constexpr std::array<int32_t, 14> kCoreRegisters = {
 // A called routine's RETS lands here, inside the monitor's area and apart from its break
 // entry at the start.
 constexpr int32_t kCallReturnOffset = 4;
-// A started program is followed this far; after that it runs on its own.
-constexpr uint64_t kProgramStepLimit = uint64_t{1} << 20;
+// A started program is followed this far (about 10 ms of a controller) while the host
+// waits for the jump's answer; after that it counts as running on its own. Programs run
+// alongside the line once the board's clock drives the processor.
+constexpr uint64_t kProgramStepLimit = uint64_t{1} << 16;
 }  // namespace
 
 Board::Board(BoardConfig config)
