@@ -1,7 +1,8 @@
 // Speed of the processor simulator on a mixed instruction stream (moves, indirect loads
 // with post-increment, arithmetic, logic, a shift, bit set and clear, a multiply, a
-// compare-and-step loop, a call and a return), over a flat memory array and over the
-// sparse memory image. Prints instructions per second; fails nothing.
+// compare-and-step loop, a call and a return), over a flat memory array, over the sparse
+// memory image, and over the board's bus laid out for the default type (the bus the
+// virtual board runs target code on). Prints instructions per second; fails nothing.
 //
 //   cpu_bench [--home DIR] [--steps N]
 #include <chrono>
@@ -18,6 +19,8 @@
 #include "disasm/opcode_table.h"
 #include "sim/cpu/cpu.h"
 #include "sim/cpu/image_bus.h"
+#include "sim/devices/board_bus.h"
+#include "sim/devices/board_layout.h"
 
 namespace {
 
@@ -123,5 +126,18 @@ int main(int argc, char** argv) {
   velmora::MemoryImage image;
   velmora::ImageBus imageBus(image);
   run("memory image", imageBus, opcodes, steps / 5);
+
+  auto type = velmora::LoadTypeDefinitions(home, "TOLVANE", log);
+  if (!type) {
+    std::fprintf(stderr, "no TOLVANE definitions under %s\n", home.string().c_str());
+    return 1;
+  }
+  velmora::MemoryImage boardMemory;
+  velmora::BoardBus boardBus(boardMemory);
+  // The program and its data sit in external RAM at the bottom of segment 0.
+  boardBus.map().Map(0, 0x4000, velmora::PageKind::Ram);
+  velmora::MapMemoryUnits(type->units, boardBus.map(), {});
+  velmora::MapRegisterAreas(type->registers, boardBus.map());
+  run("board bus", boardBus, opcodes, steps);
   return 0;
 }

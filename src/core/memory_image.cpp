@@ -22,6 +22,12 @@ MemoryImage::Segment* MemoryImage::segment(int32_t address) {
   return entry.get();
 }
 
+uint8_t* MemoryImage::SegmentBytes(int index) {
+  if (index < 0 || index >= kSegmentCount) return nullptr;
+  std::unique_lock lock(mutex_);
+  return segment(index * kSegmentSize)->data.data();
+}
+
 void MemoryImage::SetByte(int32_t address, uint8_t value) {
   std::unique_lock lock(mutex_);
   if (Segment* seg = segment(address)) seg->data[static_cast<size_t>(address & 0xFFFF)] = value;

@@ -65,6 +65,10 @@ class MemoryImage {
   // Sets (on) or clears the given flag bits on a range.
   void ChangeFlags(int32_t address, size_t count, uint8_t flagBits, bool on);
 
+  // The bytes of a segment (allocated if need be), for an owner that uses the image from one
+  // thread and can afford no lock per access: a simulated processor's bus. Valid until
+  // InitImage; writes through it change no flags. Null for a segment outside the space.
+  uint8_t* SegmentBytes(int segment);
   bool IsAllocated(int segment) const;
   int AllocatedSegmentCount() const;
   long RangeErrors() const { return rangeErrors_.load(std::memory_order_relaxed); }

@@ -210,3 +210,34 @@ TEST(BoardBusRegisters, HookedRegistersAnswerForThemselvesAndOthersLiveInTheImag
 
 }  // namespace
 }  // namespace velmora
+
+namespace velmora {
+namespace {
+
+// RAM and ROM pages are served from the image's bytes once touched; a map changed after
+// that must be obeyed, and a ROM page never takes a write through the shortcut.
+TEST(BoardBusShortcuts, AChangedMapIsObeyedAfterPagesWereTouched) {
+  MemoryImage memory;
+  BoardBus bus(memory);
+  bus.map().Map(0x010000, 0x200, PageKind::Ram);
+  bus.map().Map(0x010200, 0x100, PageKind::Rom);
+  memory.SetByte(0x010200, 0x5A);
+
+  bus.WriteWord(0x010000, 0xA55A);
+  EXPECT_EQ(bus.ReadWord(0x010000), 0xA55A);
+  EXPECT_EQ(memory.GetByte(0x010001), 0xA5) << "the image holds what the processor wrote";
+  EXPECT_EQ(bus.ReadByte(0x010200), 0x5A);
+  bus.WriteByte(0x010200, 0x00);
+  bus.WriteWord(0x010200, 0x0000);
+  EXPECT_EQ(bus.ReadByte(0x010200), 0x5A) << "ROM stays as it is";
+
+  bus.map().Map(0x010000, 0x100, PageKind::Unmapped);
+  EXPECT_EQ(bus.ReadWord(0x010000), MemoryMap::kOpenBus);
+  bus.WriteWord(0x010000, 0x1111);
+  EXPECT_EQ(memory.GetByte(0x010000), 0x5A) << "a write to an unmapped page goes nowhere";
+  bus.WriteWord(0x010100, 0x2222);
+  EXPECT_EQ(bus.ReadWord(0x010100), 0x2222) << "the next page is still RAM";
+}
+
+}  // namespace
+}  // namespace velmora

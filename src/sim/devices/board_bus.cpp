@@ -1,5 +1,7 @@
 #include "sim/devices/board_bus.h"
 
+#include <algorithm>
+
 namespace velmora {
 namespace {
 
@@ -12,7 +14,25 @@ uint16_t withLane(uint16_t word, int32_t address, uint8_t value) {
                             : static_cast<uint16_t>((word & 0xFF00) | value);
 }
 
+constexpr int32_t kInPage = MemoryMap::kPageSize - 1;
+
 }  // namespace
+
+uint8_t* BoardBus::shortcut(int32_t address) {
+  const PageKind kind = map_.KindAt(address);
+  if (kind != PageKind::Ram && kind != PageKind::Rom) return nullptr;
+  uint8_t* segment = memory_.SegmentBytes(MemoryImage::SegmentOf(address & 0xFFFFFF));
+  uint8_t* page = segment + (address & 0xFF00);
+  const size_t index = pageOf(address);
+  readPages_[index] = page;
+  if (kind == PageKind::Ram) writePages_[index] = page;
+  return page;
+}
+
+void BoardBus::dropShortcuts() {
+  std::fill(readPages_.begin(), readPages_.end(), nullptr);
+  std::fill(writePages_.begin(), writePages_.end(), nullptr);
+}
 
 uint16_t BoardBus::registerWord(int32_t at, bool peek) {
   RegisterHook* hook = map_.HookAt(at);
@@ -22,6 +42,7 @@ uint16_t BoardBus::registerWord(int32_t at, bool peek) {
 
 uint8_t BoardBus::ReadByte(int32_t address) {
   address &= 0xFFFFFF;
+  if (const uint8_t* page = readPage(address)) return page[address & kInPage];
   switch (map_.KindAt(address)) {
     case PageKind::Ram:
     case PageKind::Rom:
@@ -38,6 +59,10 @@ uint8_t BoardBus::ReadByte(int32_t address) {
 
 void BoardBus::WriteByte(int32_t address, uint8_t value) {
   address &= 0xFFFFFF;
+  if (uint8_t* page = writePages_[pageOf(address)]) {
+    page[address & kInPage] = value;
+    return;
+  }
   switch (map_.KindAt(address)) {
     case PageKind::Ram:
       memory_.SetByte(address, value);
@@ -61,6 +86,10 @@ void BoardBus::WriteByte(int32_t address, uint8_t value) {
 
 uint16_t BoardBus::ReadWord(int32_t address) {
   const int32_t at = address & 0xFFFFFE;
+  if (const uint8_t* page = readPage(at)) {
+    const uint8_t* bytes = page + (at & kInPage);
+    return static_cast<uint16_t>(bytes[0] | (bytes[1] << 8));
+  }
   switch (map_.KindAt(at)) {
     case PageKind::Ram:
     case PageKind::Rom:
@@ -77,6 +106,11 @@ uint16_t BoardBus::ReadWord(int32_t address) {
 
 void BoardBus::WriteWord(int32_t address, uint16_t value) {
   const int32_t at = address & 0xFFFFFE;
+  if (uint8_t* page = writePages_[pageOf(at)]) {
+    page[at & kInPage] = static_cast<uint8_t>(value);
+    page[(at & kInPage) + 1] = static_cast<uint8_t>(value >> 8);
+    return;
+  }
   switch (map_.KindAt(at)) {
     case PageKind::Ram:
       storeWord(at, value);
