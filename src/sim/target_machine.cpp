@@ -75,7 +75,17 @@ void TargetMachine::ResetToBootstrap() {
   channel_.Write(channel_.registers().control, 0);
   hostLine_.clear();
   rom_ = std::make_unique<BootstrapRom>(bus_, channel_, clock_, static_cast<uint8_t>(setup_.ids.front()));
-  rom_->OnStart([this](int32_t address) { cpu_.Jump(address); });
+  running_ = false;
+  rom_->OnStart([this](int32_t address) { Jump(address); });
+}
+
+void TargetMachine::Jump(int32_t address) {
+  running_ = true;
+  cpu_.Jump(address);
+}
+
+void TargetMachine::ReceiveNow(uint8_t byte) {
+  if (running_) channel_.Receive(byte);
 }
 
 void TargetMachine::HostSends(std::span<const uint8_t> bytes, uint32_t baud) {
@@ -105,21 +115,31 @@ uint64_t TargetMachine::nextEvent() const {
 }
 
 void TargetMachine::advance(uint64_t until) {
+  if (started()) {
+    Step();
+    return;
+  }
   if (nextEvent() <= clock_.cycles) {
     deliverDue();
     if (channel_.NextEventAt() <= clock_.cycles) channel_.Update();
+    if (started()) return;
   }
-  if (!started()) {
-    // Held in the ROM: nothing happens until the next frame ends.
-    const uint64_t to = std::max(clock_.cycles + 1, std::min(until, nextEvent()));
-    heldCycles_ += to - clock_.cycles;
-    clock_.cycles = to;
-    return;
+  // Held in the ROM: nothing happens until the next frame ends.
+  const uint64_t to = std::max(clock_.cycles + 1, std::min(until, nextEvent()));
+  heldCycles_ += to - clock_.cycles;
+  clock_.cycles = to;
+}
+
+StepResult TargetMachine::Step() {
+  if (nextEvent() <= clock_.cycles) {
+    deliverDue();
+    if (channel_.NextEventAt() <= clock_.cycles) channel_.Update();
   }
   if (trace_) trace_->Before(cpu_, memory_);
   const StepResult result = cpu_.Step();
   if (trace_) trace_->After(cpu_, result);
   clock_.cycles = cpu_.cycles() + heldCycles_;
+  return result;
 }
 
 void TargetMachine::Run(uint64_t cycles) {

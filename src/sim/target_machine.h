@@ -76,8 +76,14 @@ class TargetMachine {
   std::vector<SentByte> TakeSent();
   // The cycle at which the last host byte queued so far reaches the target.
   uint64_t HostLineFreeAt() const { return hostLineFree_; }
-  // True once the ROM has started the loaded code.
-  bool started() const { return rom_->state() == BootstrapRom::State::Started; }
+  // True once the ROM has started the loaded code, or code was started with Jump.
+  bool started() const { return running_; }
+  // Starts the processor at address, as if the ROM had jumped there.
+  void Jump(int32_t address);
+  // One step of the processor, with the line and the devices brought up to its time.
+  StepResult Step();
+  // A byte from the host that has arrived just now.
+  void ReceiveNow(uint8_t byte);
 
   Cpu& cpu() { return cpu_; }
   BoardBus& bus() { return bus_; }
@@ -117,6 +123,7 @@ class TargetMachine {
   // Cycles that passed while the processor did not run (held in the ROM): the clock is the
   // processor's count plus these.
   uint64_t heldCycles_ = 0;
+  bool running_ = false;
   std::vector<SentByte> sent_;
   std::unique_ptr<InstructionTrace> trace_;
 };
