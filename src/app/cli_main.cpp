@@ -1,6 +1,6 @@
 // velmora-cli: the headless runner. It starts like the desktop application, runs the
-// command lines and scripts it is given in order, prints every message line, and quits
-// (writing the default preferences unless told not to).
+// command lines and scripts it is given in order (or one job), prints every message line,
+// and quits (writing the default preferences unless told not to).
 #include <QCoreApplication>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +14,12 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "app/cli_exit_class.h"
+#include "app/cli_job_frontend.h"
+#include "app/cli_job_output.h"
+#include "app/cli_jobs.h"
+#include "app/cli_options.h"
+#include "app/cli_ports.h"
 #include "app/console_frontend.h"
 #include "app/qt_serial_port.h"
 #include "disasm/disassembly_listing.h"
@@ -26,106 +32,6 @@
 namespace {
 
 using velmora::Session;
-
-constexpr const char* kUsage =
-    "usage: velmora-cli [--home DIR] [--port NAME] [--baud N] [--no-save] [--no-questions]\n"
-    "                   [-i] [--disassemble] [-c LINE]... [--] [SCRIPT]...\n"
-    "\n"
-    "Starts like the desktop program (controller database, default.ini, serial port), then\n"
-    "runs each -c line and each script in the order given (all of them, even after one fails).\n"
-    "A line starting with \"_\" is a command (_help lists them); \":\" followed by hex pairs,\n"
-    "or any other text, is sent raw to the target. Every message line is printed as soon as\n"
-    "it is complete; message boxes go to standard error and are answered OK / Yes.\n"
-    "_quit ends the run at once: no later line, script or -c item runs.\n"
-    "\n"
-    "File names in commands and scripts (and script names here) are looked up in the\n"
-    "current directory first, then in the program folder; a parameter in double quotes may\n"
-    "hold blanks and commas (_save \"my file.hex\").\n"
-    "\n"
-    "  --home DIR       program folder (default: $VELMORA_HOME, else the program's folder)\n"
-    "  --port NAME      COM1..COM4, a device such as /dev/ttyUSB0 or /dev/pts/3, or virtual\n"
-    "                   (the built-in virtual board); for this run only\n"
-    "  --baud N         baud rate, for this run only\n"
-    "  --no-save        do not write default.ini when the run ends\n"
-    "  --no-questions   a question or input box fails the run instead of being answered\n"
-    "  -i               read command lines from standard input; target output is shown as\n"
-    "                   it arrives; end with end-of-file or _quit\n"
-    "  -c LINE          run one command line\n"
-    "  --disassemble    at the end, print the disassembly listing of the selections\n"
-    "  --version        print the version and end\n"
-    "  -h, --help       print this text and end\n"
-    "  --               ends the options: every later argument is a script name\n"
-    "\n"
-    "Exit status: 0 all succeeded, 1 a command failed or an *ERROR line was written,\n"
-    "2 bad usage.\n";
-
-struct Item {
-  bool isLine;
-  std::string text;
-};
-
-struct Options {
-  std::string home;
-  std::string port;
-  int baud = 0;
-  bool noSave = false;
-  bool noQuestions = false;
-  bool interactive = false;
-  bool disassemble = false;
-  std::vector<Item> items;
-};
-
-// A word the runner does not understand; main prints it before the usage.
-struct UsageError {
-  std::string what;
-};
-
-std::optional<UsageError> parse(int argc, char** argv, Options& options) {
-  bool optionsEnded = false;
-  for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    std::string text;
-    const auto value = [&](std::string& out) {
-      if (i + 1 >= argc) return false;
-      out = argv[++i];
-      return true;
-    };
-    const auto missing = [&] { return UsageError{arg + " needs a value"}; };
-    if (optionsEnded || arg.empty() || arg[0] != '-' || arg == "-") {
-      options.items.push_back({false, arg});
-    } else if (arg == "--") {
-      optionsEnded = true;
-    } else if (arg == "--home") {
-      if (!value(options.home)) return missing();
-    } else if (arg == "--port") {
-      if (!value(options.port)) return missing();
-    } else if (arg == "--baud") {
-      if (!value(text)) return missing();
-      options.baud = std::atoi(text.c_str());
-      if (options.baud <= 0) return UsageError{"--baud needs a baud rate above 0, not " + text};
-    } else if (arg == "--no-save") {
-      options.noSave = true;
-    } else if (arg == "--no-questions") {
-      options.noQuestions = true;
-    } else if (arg == "--disassemble") {
-      options.disassemble = true;
-    } else if (arg == "-i") {
-      options.interactive = true;
-    } else if (arg == "-c") {
-      if (!value(text)) return missing();
-      options.items.push_back({true, text});
-    } else if (arg == "--help" || arg == "-h") {
-      std::fputs(kUsage, stdout);
-      std::exit(0);
-    } else if (arg == "--version") {
-      std::printf("velmora-cli %s\n", VELMORA_VERSION);
-      std::exit(0);
-    } else {
-      return UsageError{"unknown option " + arg};
-    }
-  }
-  return std::nullopt;
-}
 
 // Prints closed lines at once and, in interactive use, the open line as it grows.
 class LinePrinter {
@@ -149,7 +55,7 @@ class LinePrinter {
   size_t printed_ = 0;
 };
 
-bool runItem(const Item& item, Session& session) {
+bool runItem(const velmora::CliItem& item, Session& session) {
   if (item.isLine) return velmora::EnterCommandLine(session, item.text) == 0;
   // A script named here: the current directory first, then the program folder; the
   // lookup names the paths it tried when there is none.
@@ -216,38 +122,41 @@ class InterruptWatch {
   std::jthread thread_;
 };
 
-}  // namespace
+std::filesystem::path extractorPath() {
+  return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) /
+         "velmora-extract";
+}
 
-int main(int argc, char** argv) {
-  Options options;
-  if (const auto error = parse(argc, argv, options)) {
-    std::fprintf(stderr, "velmora-cli: %s\n", error->what.c_str());
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
-  QCoreApplication application(argc, argv);
-  velmora::UseFineTimerSlack();
-  velmora::ConsoleFrontend::InstallInterruptHandler();
-  velmora::ConsoleFrontend frontend({options.noQuestions, false});
-
-  const auto folder = velmora::ProgramFolder(options.home, argv[0]);
-  LinePrinter printer(options.interactive);
-  // The session lives on the runner's worker thread, as in the desktop program.
-  velmora::Runner runner([&] {
+// The session lives on the runner's worker thread, as in the desktop program.
+velmora::Runner::SessionMaker sessionMaker(velmora::Frontend& frontend,
+                                           const std::filesystem::path& folder,
+                                           std::function<void(const std::string&)> closedLine,
+                                           std::function<void(const std::string&)> openLine) {
+  return [&frontend, folder, closedLine, openLine] {
     auto session = std::make_unique<Session>(
         frontend, folder, [](const std::string&) -> std::unique_ptr<velmora::SerialPort> {
           return std::make_unique<velmora::QtSerialPort>();
         });
-    session->log.SetLineObserver([&printer](const std::string& line) { printer.Closed(line); });
-    session->log.SetOpenLineObserver([&printer](const std::string& line) { printer.Open(line); });
+    session->log.SetLineObserver(closedLine);
+    if (openLine) session->log.SetOpenLineObserver(openLine);
     // A terminal user names files as a shell does: here first, quoted when they hold blanks.
     session->interpreter().SetConventions({velmora::RelativeNames::CurrentDirectoryFirst, true});
     return session;
-  });
+  };
+}
+
+// Command lines and scripts, as the desktop program runs its start-up scripts.
+int runCommandLines(const velmora::CliOptions& options, const char* argv0) {
+  velmora::ConsoleFrontend frontend({options.noQuestions, false});
+  LinePrinter printer(options.interactive);
+  velmora::Runner runner(sessionMaker(
+      frontend, velmora::ProgramFolder(options.home, argv0),
+      [&printer](const std::string& line) { printer.Closed(line); },
+      [&printer](const std::string& line) { printer.Open(line); }));
   InterruptWatch interruptWatch(runner);
 
   velmora::StartupOptions startup;
-  startup.extractor = std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / "velmora-extract";
+  startup.extractor = extractorPath();
   startup.port = options.port;
   startup.baud = options.baud;
   bool ok = true;
@@ -261,7 +170,7 @@ int main(int argc, char** argv) {
   // Like the scripts named when the desktop program starts: each one runs, whatever became
   // of the one before; any failure makes the exit status 1.
   bool quit = false;
-  for (const Item& item : options.items) {
+  for (const velmora::CliItem& item : options.items) {
     if (quit) break;
     // Ctrl-C stops the run's list as it stops a script: nothing after it starts.
     if (velmora::ConsoleFrontend::Interrupts() > 0) {
@@ -280,7 +189,8 @@ int main(int argc, char** argv) {
     if (options.disassemble) {
       velmora::DisassemblyListing listing;
       int32_t position = session.link().currentAddress;
-      velmora::FillDisassembly(session.selections, session.image, session.decoder, listing, position);
+      velmora::FillDisassembly(session.selections, session.image, session.decoder, listing,
+                               position);
       for (const auto& line : velmora::ListingLines(listing)) std::printf("%s\n", line.c_str());
       std::fflush(stdout);
     }
@@ -291,4 +201,91 @@ int main(int argc, char** argv) {
   });
   if (frontend.QuestionRefused()) ok = false;
   return ok ? 0 : 1;
+}
+
+// One job: its steps, its output and its exit class.
+int runJob(const velmora::CliOptions& options, const char* argv0) {
+  using velmora::ExitClass;
+  velmora::JobOutput output({::isatty(STDERR_FILENO) == 1, options.quiet, options.json},
+                            velmora::JobClock::now);
+  velmora::JobFrontend frontend({options.noQuestions, false}, output);
+  velmora::Runner runner(
+      sessionMaker(frontend, velmora::ProgramFolder(options.home, argv0),
+                   [&output](const std::string& line) { output.MessageLine(line); }, {}));
+  InterruptWatch interruptWatch(runner);
+
+  velmora::StartupOptions startup;
+  startup.extractor = extractorPath();
+  startup.port = options.port;
+  startup.baud = options.baud;
+  velmora::JobReport report;
+  report.arguments = options.job.arguments;
+  runner.Run([&](Session& session) {
+    const bool started = velmora::Startup(session, startup);
+    frontend.SetWaitForUser(::isatty(STDIN_FILENO) &&
+                            session.settings.communication.PortText() != "virtual");
+    velmora::JobContext job{session, options, output, report, velmora::JobClock::now, [] {
+                              return velmora::ConsoleFrontend::Interrupts() > 0;
+                            }};
+    if (!started) {
+      report.job = std::string(velmora::JobName(options.job.kind));
+      report.Fail(ExitClass::Other, "the program folder is not complete");
+    } else {
+      velmora::RunJob(job);
+    }
+    velmora::Quit(session, !options.noSave);
+  });
+  if (frontend.QuestionRefused()) report.Fail(ExitClass::Other, "a question was refused");
+  if (report.result != ExitClass::Success) output.Error(report.result, report.job, report.error);
+  if (options.json) output.Report(velmora::JobReportJson(report));
+  return velmora::ExitStatus(report.result);
+}
+
+// A refusal before anything has started: the usage text, or the job's report.
+int refuse(const velmora::CliOptions& options, velmora::ExitClass exitClass,
+           const std::string& text) {
+  std::fprintf(stderr, "velmora-cli: %s\n", text.c_str());
+  if (exitClass == velmora::ExitClass::Usage) std::fputs(velmora::CliUsage().c_str(), stderr);
+  if (options.json && options.job.kind != velmora::JobKind::None) {
+    velmora::JobReport report;
+    report.job = std::string(velmora::JobName(options.job.kind));
+    report.arguments = options.job.arguments;
+    report.port = options.port;
+    report.Fail(exitClass, text);
+    std::fputs(velmora::JobReportJson(report).c_str(), stdout);
+  }
+  return velmora::ExitStatus(exitClass);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  velmora::CliOptions options;
+  if (const auto error = velmora::ParseCliOptions({argv + 1, argv + argc}, options)) {
+    return refuse(options, velmora::ExitClass::Usage, error->what);
+  }
+  if (options.help) {
+    std::fputs(velmora::CliUsage().c_str(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::printf("velmora-cli %s\n", VELMORA_VERSION);
+    return 0;
+  }
+  QCoreApplication application(argc, argv);
+  if (options.listPorts) {
+    const auto ports = velmora::ListSerialPorts();
+    for (const auto& line : velmora::PortListLines(ports)) std::printf("%s\n", line.c_str());
+    if (ports.empty()) std::fputs("velmora-cli: the system lists no serial ports\n", stderr);
+    return 0;
+  }
+  if (options.port == "auto") {
+    const auto choice = velmora::ChooseAutoPort(velmora::ListSerialPorts());
+    if (!choice.device) return refuse(options, velmora::ExitClass::Port, choice.error);
+    options.port = *choice.device;
+  }
+  velmora::UseFineTimerSlack();
+  velmora::ConsoleFrontend::InstallInterruptHandler();
+  return options.job.kind == velmora::JobKind::None ? runCommandLines(options, argv[0])
+                                                    : runJob(options, argv[0]);
 }
