@@ -1,5 +1,6 @@
 #include "sim/board.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -34,14 +35,37 @@ Board::Board(BoardConfig config)
       flash_(config_.flashUnits, config_.flashPassword),
       monitorAddress_(config_.monitorAddress) {
   flash_.Erase(memory_);
-  if (config_.opcodes) cpu_ = std::make_unique<Cpu>(bus_, *config_.opcodes);
+  if (config_.opcodes && config_.registers && !config_.units.empty() && !config_.ids.empty()) {
+    TargetMachineSetup setup;
+    setup.units = config_.units;
+    setup.registers = config_.registers;
+    setup.opcodes = config_.opcodes;
+    setup.ids = config_.ids;
+    setup.cpuHz = static_cast<uint32_t>(config_.cpuClockHz);
+    setup.kline = config_.kline;
+    machine_ = TargetMachine::Make(std::move(setup), memory_);
+  }
+  if (machine_) {
+    cpu_ = &machine_->cpu();
+  } else if (config_.opcodes) {
+    plainCpu_ = std::make_unique<Cpu>(bus_, *config_.opcodes);
+    cpu_ = plainCpu_.get();
+  }
   resetRegisters();
 }
 
 void Board::SetTrace(std::ostream* out) {
   trace_.reset();
-  if (out && config_.opcodes && config_.registers)
+  if (machine_) {
+    machine_->SetTrace(out);
+  } else if (out && config_.opcodes && config_.registers) {
     trace_ = std::make_unique<InstructionTrace>(*out, *config_.opcodes, *config_.registers);
+  }
+}
+
+RunTrace Board::runTrace() {
+  if (machine_) return {nullptr, nullptr, [machine = machine_.get()] { return machine->Step(); }};
+  return {trace_.get(), &memory_, {}};
 }
 
 void Board::loadCoreRegisters() {
@@ -55,16 +79,48 @@ void Board::storeCoreRegisters() {
 RunOutcome Board::runCode(int32_t start, bool asCall, uint64_t stepLimit) {
   loadCoreRegisters();
   const MonitorExits exits{monitorAddress_ + kCallReturnOffset, monitorAddress_};
-  const RunTrace trace{trace_.get(), &memory_};
+  if (machine_) lastOutputCycle_ = machine_->now();
   RunOutcome outcome;
   if (asCall) {
-    outcome = CallOnProcessor(*cpu_, start, exits, stepLimit, trace);
+    outcome = CallOnProcessor(*cpu_, start, exits, stepLimit, runTrace());
   } else {
     cpu_->Jump(start);
-    outcome = RunOnProcessor(*cpu_, exits, stepLimit, trace);
+    outcome = RunOnProcessor(*cpu_, exits, stepLimit, runTrace());
   }
   storeCoreRegisters();
+  forwardProgramOutput();
   return outcome;
+}
+
+void Board::forwardProgramOutput() {
+  if (!machine_) return;
+  for (const auto& byte : machine_->TakeSent()) {
+    send(byte.value, boardTime(byte.cycle - std::min(byte.cycle, lastOutputCycle_)));
+    lastOutputCycle_ = byte.cycle;
+  }
+}
+
+void Board::followProgram(uint64_t stepLimit) {
+  const MonitorExits exits{monitorAddress_ + kCallReturnOffset, monitorAddress_};
+  const RunOutcome outcome = RunOnProcessor(*cpu_, exits, stepLimit, runTrace());
+  forwardProgramOutput();
+  if (outcome.end == RunEnd::kGone) return;
+  // The break entry takes over (the program's far call has pushed CSP and the IP after the
+  // breakpoint), or the program jumped to the monitor's return entry.
+  programRunning_ = false;
+  storeCoreRegisters();
+  mode_ = Mode::Monitor;
+  const MonitorBytes& b = config_.bytes;
+  send(static_cast<uint8_t>(outcome.end == RunEnd::kBreak ? b.applicationStarted : b.ack2),
+       boardTime(outcome.cycles));
+}
+
+void Board::Advance(std::chrono::microseconds elapsed) {
+  if (!programRunning_ || elapsed.count() <= 0) return;
+  // About three clock cycles an instruction, as the instruction mix of a program has it.
+  constexpr uint64_t kCyclesPerStep = 3;
+  const auto cycles = static_cast<uint64_t>(elapsed.count()) * static_cast<uint64_t>(config_.cpuClockHz) / 1'000'000;
+  followProgram(std::max<uint64_t>(1, cycles / kCyclesPerStep));
 }
 
 milliseconds Board::boardTime(uint64_t cycles) const {
@@ -85,7 +141,11 @@ void Board::resetRegisters() {
     cpu_->Reset();
     storeCoreRegisters();
   }
-  for (const auto& reg : config_.resetRegisters) WriteWord(reg.address, static_cast<uint16_t>(reg.value));
+  for (const auto& reg : config_.resetRegisters) {
+    WriteWord(reg.address, static_cast<uint16_t>(reg.value));
+    // The peripherals take theirs too: the serial channel runs as the bootstrap left it.
+    if (machine_) machine_->bus().WriteWord(reg.address, static_cast<uint16_t>(reg.value));
+  }
   WriteWord(config_.cpAddress, static_cast<uint16_t>(config_.cpValue));
   WriteWord(config_.spAddress, static_cast<uint16_t>(config_.spValue));
 }
@@ -178,9 +238,11 @@ void Board::Receive(uint8_t byte) {
       send(kAsc1Flag);
       mode_ = Mode::Monitor;
       return;
+    case Mode::Running:
+      if (programRunning_ && machine_) machine_->ReceiveNow(byte);
+      return;
     case Mode::Loader:
     case Mode::MonitorLoad:
-    case Mode::Running:
       return;
   }
 }
@@ -269,12 +331,15 @@ void Board::go(std::span<const uint8_t> parameters) {
   }
   mode_ = Mode::Running;
   if (!cpu_) return;
-  const RunOutcome outcome = runCode(target, false, kProgramStepLimit);
-  if (outcome.end == RunEnd::kGone) return;
-  // The break entry (or a jump into the monitor) takes over: the program's far call has
-  // pushed CSP and the IP after the breakpoint.
-  mode_ = Mode::Monitor;
-  send(static_cast<uint8_t>(config_.bytes.applicationStarted), boardTime(outcome.cycles));
+  loadCoreRegisters();
+  if (machine_) {
+    machine_->Jump(target);
+    lastOutputCycle_ = machine_->now();
+  } else {
+    cpu_->Jump(target);
+  }
+  programRunning_ = true;
+  followProgram(kProgramStepLimit);
 }
 
 void Board::call(std::span<const uint8_t> parameters) {
@@ -324,6 +389,8 @@ void Board::writeBank(const BoardRegisters& registers) {
 
 void Board::ResetToBootstrap() {
   mode_ = Mode::Bootstrap;
+  programRunning_ = false;
+  if (machine_) machine_->ResetToBootstrap();
   needed_ = 0;
   collected_.clear();
   resetRegisters();
@@ -334,6 +401,7 @@ void Board::EmitFromProgram(std::span<const uint8_t> bytes) {
 }
 
 void Board::ReturnToMonitor() {
+  programRunning_ = false;
   mode_ = Mode::Monitor;
   send(static_cast<uint8_t>(config_.bytes.ack2));
 }
@@ -344,6 +412,7 @@ void Board::HitBreak(int32_t breakAddress) {
   sp = static_cast<uint16_t>(sp - 2);
   WriteWord(sp, static_cast<uint16_t>((breakAddress & 0xFFFF) + 4));
   WriteWord(config_.spAddress, sp);
+  programRunning_ = false;
   mode_ = Mode::Monitor;
   send(static_cast<uint8_t>(config_.bytes.applicationStarted));
 }

@@ -26,6 +26,7 @@
 #include "sim/flash_model.h"
 #include "sim/instruction_trace.h"
 #include "sim/program_run.h"
+#include "sim/target_machine.h"
 
 namespace velmora {
 
@@ -107,7 +108,14 @@ class Board {
   // Every instruction the processor runs is written to out (nullptr: none).
   void SetTrace(std::ostream* out);
   // The processor, if the board has the instruction set.
-  Cpu* processor() { return cpu_.get(); }
+  Cpu* processor() { return cpu_; }
+  // The whole controller (memory map, devices, serial channel), if the board has its type's
+  // definitions.
+  TargetMachine* machine() { return machine_.get(); }
+  // Time has passed on the line: a program that was started runs on for as long.
+  void Advance(std::chrono::microseconds elapsed);
+  // True while a started program runs on the processor.
+  bool programRunning() const { return programRunning_; }
 
  private:
   using Handler = std::function<void(std::span<const uint8_t>)>;
@@ -130,6 +138,11 @@ class Board {
   // Code on the processor: the core registers come from the memory the monitor serves and
   // go back there afterwards.
   RunOutcome runCode(int32_t start, bool asCall, uint64_t stepLimit);
+  RunTrace runTrace();
+  // Runs the started program on; when it comes back to the monitor, the monitor says so.
+  void followProgram(uint64_t stepLimit);
+  // What the program's serial channel sent, onto the line.
+  void forwardProgramOutput();
   void writeBank(const BoardRegisters& registers);
   void loadCoreRegisters();
   void storeCoreRegisters();
@@ -152,9 +165,15 @@ class Board {
   std::vector<uint8_t> collected_;
   Handler then_;
   std::map<int32_t, BoardRoutine> routines_;
+  // With the type's definitions the processor is the whole controller's; without them a
+  // processor on the plain memory, where every address is RAM.
+  std::unique_ptr<TargetMachine> machine_;
   ImageBus bus_{memory_};
-  std::unique_ptr<Cpu> cpu_;
+  std::unique_ptr<Cpu> plainCpu_;
+  Cpu* cpu_ = nullptr;
   std::unique_ptr<InstructionTrace> trace_;
+  bool programRunning_ = false;
+  uint64_t lastOutputCycle_ = 0;
 };
 
 }  // namespace velmora

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "config/memory_unit.h"
 #include "config/monitor_bytes.h"
 #include "disasm/opcode_table.h"
 #include "sim/flash_model.h"
@@ -46,6 +47,11 @@ struct BoardConfig {
   std::shared_ptr<const RegisterTable> registers;
   // The processor clock: a run's cycles become board time at this rate.
   int64_t cpuClockHz = 20'000'000;
+  // The type's memories and identification values: with them (and the instruction set and
+  // registers) the processor runs on the type's memory map with its devices; without them
+  // on a plain memory where every address is RAM.
+  std::vector<MemoryUnit> units;
+  std::vector<int32_t> ids;
 
   std::vector<FlashUnitModel> flashUnits;
   // What unlock and unprotect must be given; the virtual board's is "KORDA".

@@ -36,9 +36,7 @@ bool loadDriver(const std::filesystem::path& path, FlashUnitModel& unit, Message
 }
 
 std::vector<FlashUnitModel> flashUnits(const std::filesystem::path& programFolder,
-                                       const std::string& memoryFile, MessageLog& log) {
-  std::vector<MemoryUnit> units;
-  LoadMemoryFile(memoryFile, units, log);
+                                       const std::vector<MemoryUnit>& units, MessageLog& log) {
   std::vector<FlashUnitModel> flash;
   for (const auto& unit : units) {
     if (unit.driverPath.empty() || !(unit.HasFeature("PROGRAM") || unit.HasFeature("ERASE"))) continue;
@@ -73,7 +71,9 @@ std::optional<BoardConfig> LoadBoardConfig(const std::filesystem::path& programF
   if (!LoadRegisterFile(types.At(index).registerFile, *registers, log).found) return std::nullopt;
   BoardConfig config = BoardConfigFor(*registers, types.At(index).ids);
   config.registers = std::move(registers);
-  config.flashUnits = flashUnits(programFolder, types.At(index).memoryFile, log);
+  LoadMemoryFile(types.At(index).memoryFile, config.units, log);
+  config.ids = types.At(index).ids;
+  config.flashUnits = flashUnits(programFolder, config.units, log);
   auto opcodes = std::make_shared<OpcodeTable>();
   if (LoadOpcodeTable((programFolder / "CMDDEF" / "command.cmd").string(), *opcodes, log).found) {
     config.opcodes = std::move(opcodes);

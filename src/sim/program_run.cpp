@@ -27,7 +27,7 @@ RunOutcome RunOnProcessor(Cpu& cpu, const MonitorExits& exits, uint64_t stepLimi
       break;
     }
     if (tracing) trace.trace->Before(cpu, *trace.memory);
-    const StepResult result = cpu.Step();
+    const StepResult result = trace.step ? trace.step() : cpu.Step();
     if (tracing) trace.trace->After(cpu, result);
     if (result.kind == StepKind::kSoftwareReset) break;
   }

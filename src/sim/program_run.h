@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 #include "core/memory_image.h"
 #include "sim/cpu/cpu.h"
@@ -40,10 +41,12 @@ struct RunOutcome {
 // the board runs the code while the host waits for the answer.
 inline constexpr uint64_t kRunStepLimit = uint64_t{1} << 27;
 
-// Where a trace goes; the memory is what the processor's bus reads.
+// Where a trace goes; the memory is what the processor's bus reads. A board whose devices
+// must keep up with the processor steps it itself, tracing included.
 struct RunTrace {
   InstructionTrace* trace = nullptr;
   MemoryImage* memory = nullptr;
+  std::function<StepResult()> step;
 };
 
 // Runs from the processor's CSP:IP.

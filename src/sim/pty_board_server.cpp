@@ -110,6 +110,19 @@ void PtyBoardServer::deliverDue(Clock::time_point now) {
   }
 }
 
+void PtyBoardServer::advanceBoard(Clock::time_point now) {
+  constexpr auto kLongestStretch = std::chrono::milliseconds(100);
+  if (board_.programRunning() && now > boardClock_ && boardClock_ != Clock::time_point{}) {
+    board_.Advance(std::chrono::duration_cast<std::chrono::microseconds>(
+        std::min<Clock::duration>(now - boardClock_, kLongestStretch)));
+    for (const auto& out : board_.TakeOutput()) {
+      boardLineFree_ = std::max(boardLineFree_, now) + byteTime() + out.delay;
+      toHost_.push_back({out.value, boardLineFree_});
+    }
+  }
+  boardClock_ = now;
+}
+
 bool PtyBoardServer::sendDue(Clock::time_point now) {
   if (hostBlocked_) return true;
   std::array<uint8_t, 4096> buffer;
@@ -152,6 +165,8 @@ bool PtyBoardServer::Serve(std::chrono::milliseconds maxWait, const sigset_t* wa
   auto wake = start + maxWait;
   if (!toBoard_.empty()) wake = std::min(wake, toBoard_.front().due);
   if (!toHost_.empty() && !hostBlocked_) wake = std::min(wake, toHost_.front().due);
+  // A running program is given the processor every few milliseconds.
+  if (board_.programRunning()) wake = std::min(wake, start + std::chrono::milliseconds(2));
 
   pollfd pollFd{master_, static_cast<short>(POLLIN | (hostBlocked_ ? POLLOUT : 0)), 0};
   const timespec timeout = toTimespec(wake - start);
@@ -164,6 +179,7 @@ bool PtyBoardServer::Serve(std::chrono::milliseconds maxWait, const sigset_t* wa
   }
   const auto now = Clock::now();
   deliverDue(now);
+  advanceBoard(now);
   return sendDue(now);
 }
 

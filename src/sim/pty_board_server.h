@@ -51,6 +51,8 @@ class PtyBoardServer {
   Clock::duration byteTime() const;
   void deliverDue(Clock::time_point now);
   bool sendDue(Clock::time_point now);
+  // A started program runs for the time that has passed; what it sends goes on the line.
+  void advanceBoard(Clock::time_point now);
   bool receive();
 
   Board& board_;
@@ -63,6 +65,7 @@ class PtyBoardServer {
   bool hostBlocked_ = false;  // the host's input queue is full; wait until it reads
   Clock::time_point hostLineFree_{};
   Clock::time_point boardLineFree_{};
+  Clock::time_point boardClock_{};  // how far a started program on the board has run
 };
 
 }  // namespace velmora

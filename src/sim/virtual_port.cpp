@@ -34,6 +34,16 @@ void VirtualPort::collect(Clock::time_point after) {
   }
 }
 
+void VirtualPort::advanceBoard(Clock::time_point now) {
+  // A host that looked away for long does not make the board catch up in one go.
+  constexpr auto kLongestStretch = std::chrono::milliseconds(100);
+  if (board_.programRunning() && now > boardClock_ && boardClock_ != Clock::time_point{}) {
+    board_.Advance(std::chrono::duration_cast<std::chrono::microseconds>(
+        std::min<Clock::duration>(now - boardClock_, kLongestStretch)));
+  }
+  boardClock_ = now;
+}
+
 void VirtualPort::HangUpAfter(size_t bytes) {
   collect(Clock::now());  // what the board has sent so far is on the wire already
   hangUpBudget_ = bytes;
@@ -49,6 +59,7 @@ PortFault VirtualPort::Fault() const {
 bool VirtualPort::Write(std::span<const uint8_t> bytes) {
   if (!open_ || Fault().problem == PortProblem::HungUp) return false;
   const auto now = Clock::now();
+  advanceBoard(now);
   for (uint8_t byte : bytes) {
     hostLineFree_ = std::max(hostLineFree_, now) + byteTime();
     collect(now);  // whatever the board said before this byte
@@ -72,6 +83,7 @@ bool VirtualPort::WaitForBytesWritten(std::chrono::milliseconds timeout) {
 size_t VirtualPort::BytesAvailable() {
   if (!open_) return 0;
   const auto now = Clock::now();
+  advanceBoard(now);
   collect(now);
   return static_cast<size_t>(std::count_if(incoming_.begin(), incoming_.end(),
                                            [now](const InByte& b) { return b.arrival <= now; }));
@@ -95,6 +107,7 @@ void VirtualPort::DiscardInput() {
 
 void VirtualPort::WaitForInput(std::chrono::milliseconds timeout) {
   const auto now = Clock::now();
+  advanceBoard(now);
   collect(now);
   auto until = now + timeout;
   // Until the next byte still on the wire arrives (bytes already here do not count).
@@ -105,6 +118,16 @@ void VirtualPort::WaitForInput(std::chrono::milliseconds timeout) {
     }
   }
   if (hungUpAt_) until = std::min(until, std::max(*hungUpAt_, now));
+  // A running program may say something at any moment: look again every few milliseconds.
+  constexpr auto kProgramSlice = std::chrono::milliseconds(2);
+  while (board_.programRunning() && Clock::now() + kProgramSlice < until) {
+    std::this_thread::sleep_for(kProgramSlice);
+    const auto later = Clock::now();
+    advanceBoard(later);
+    const size_t before = incoming_.size();
+    collect(later);
+    if (incoming_.size() != before) return;
+  }
   std::this_thread::sleep_until(until);
 }
 

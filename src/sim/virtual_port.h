@@ -1,6 +1,7 @@
 // A serial port wired in process to a virtual board. Without the line-rate model every
 // answer is there at once; with it, each byte takes 10 / baud seconds (8N1) on the wire in
-// either direction, so transfers take as long as on a real line.
+// either direction, so transfers take as long as on a real line. A program started on the
+// board runs as the port's time passes: whenever the host writes, looks or waits.
 #pragma once
 
 #include <chrono>
@@ -56,6 +57,8 @@ class VirtualPort : public SerialPort {
   Clock::duration byteTime() const;
   // Moves what the board has sent onto the wire, after the given moment.
   void collect(Clock::time_point after);
+  // A started program on the board runs for the time that has passed since the last look.
+  void advanceBoard(Clock::time_point now);
 
   Board& board_;
   LineSettings settings_;
@@ -69,6 +72,7 @@ class VirtualPort : public SerialPort {
   std::deque<InByte> incoming_;
   Clock::time_point hostLineFree_{};    // when the host's last byte has reached the board
   Clock::time_point targetLineFree_{};  // when the board's last byte reaches the host
+  Clock::time_point boardClock_{};      // how far the board's program has run
 };
 
 }  // namespace velmora

@@ -230,9 +230,9 @@ TEST_F(Interpreting, RawSendsAndSendCommandsOnTheWire) {
 TEST_F(Interpreting, CommandsOnAConnectedTarget) {
   ASSERT_EQ(Run("_connect"), 0);
   TakeSent();
-  session.virtualBoard()->memory().StoreLoaded(0x200, Bytes{0xDB, 0x00});  // RETS
-  EXPECT_EQ(Run("_call 200"), 0);  // R8 to R15 all 0
-  Bytes call = {test::kCall, 0x00, 0x02, 0x00};
+  session.virtualBoard()->memory().StoreLoaded(0xC000, Bytes{0xDB, 0x00});  // RETS, in RAM
+  EXPECT_EQ(Run("_call C000"), 0);  // R8 to R15 all 0
+  Bytes call = {test::kCall, 0x00, 0xC0, 0x00};
   call.resize(4 + 16, 0x00);
   EXPECT_EQ(TakeSent(), call);
 

@@ -239,12 +239,12 @@ TEST_F(KLine, ConnectionAndCommandsTakeTheEchoOfEveryByte) {
   ASSERT_NO_FATAL_FAILURE(Connect());
   EXPECT_EQ(Lines(), (kPrepared + TextLines{kIdOk, kLoaderOk, kMonitorOk, kLaunched}));
   board->memory().StoreLoaded(0x00F600, Bytes{0xAA, 0xEA, 0x03, 0x33});
-  board->memory().StoreLoaded(0x00A000, Bytes{0xDB, 0x00});  // RETS: the routine called below
+  board->memory().StoreLoaded(0x00C000, Bytes{0xDB, 0x00});  // RETS in RAM: the routine called below
   image.StoreLoaded(0x00F700, Bytes{0x12, 0x34, 0x56});
   CallRegisters r = {0x1234, 0, 0, 0, 0, 0, 0, 0};
   EXPECT_EQ(link->monitor().Cmd_Read(0x00F600, 4), 0);
   EXPECT_EQ(link->monitor().Cmd_Write(0x00F700, 3), 0);
-  EXPECT_EQ(link->monitor().Cmd_Call(0x00A000, r), 0);
+  EXPECT_EQ(link->monitor().Cmd_Call(0x00C000, r), 0);
   EXPECT_LT(Clock::now() - start, kPeriod);  // no wait ran into its time-out
   EXPECT_EQ(image.GetByte(0x00F601), 0xEA);
   EXPECT_EQ(image.Flags(0x00F603), kDefined | kValid);

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "asm/assembler.h"
 #include "core/frontend.h"
 #include "link/unsolicited_bytes.h"
 #include "observing_port.h"
@@ -100,6 +102,47 @@ TEST_F(Unsolicited, Ack2WhileAProgramRunsIsItsReturnToTheMonitor) {
   EXPECT_EQ(port->BytesAvailable(), 0U);
   EXPECT_EQ(frontend.changes, std::vector<Change>{Change::State(1)});
   EXPECT_EQ(link->monitor().Cmd_Einit(), 0);
+}
+
+// A program on the board's processor that waits about 0.15 s of its clock, far longer than
+// the board follows it while the jump is answered, says "Hi" through its serial channel and
+// then jumps to the monitor's return entry.
+constexpr const char* kGreeter = R"(
+        ORG   0E00400h
+        MOV   R3,#8
+outer:  MOV   R2,#0C350h          ; 50000 rounds of two instructions
+delay:  SUB   R2,#1
+        JMPR  cc_NZ,delay
+        SUB   R3,#1
+        JMPR  cc_NZ,outer
+        BCLR  S0TIR
+        MOV   S0TBUF,#'H'
+sent1:  JNB   S0TIR,sent1
+        BCLR  S0TIR
+        MOV   S0TBUF,#'i'
+sent2:  JNB   S0TIR,sent2
+        JMPS  0E0h,0028h          ; the monitor's return entry
+)";
+
+TEST_F(Unsolicited, AProgramOnTheProcessorRunsAlongsideTheLineAndReturns) {
+  const auto reader = [](const std::string&) -> std::optional<std::string> { return kGreeter; };
+  const auto assembly = assembler::Assemble("greeter.asm", *board->config().opcodes,
+                                            *board->config().registers, reader);
+  ASSERT_TRUE(assembly.Ok()) << assembly.errors.front().Format();
+  for (const auto& chunk : assembly.chunks) board->memory().StoreLoaded(chunk.address, chunk.bytes);
+
+  ASSERT_EQ(link->monitor().Cmd_Jmp(0xE00400), 0);
+  link->SetState(TargetState::UserProgramRunning);
+  EXPECT_TRUE(board->programRunning()) << "still in its delay when the jump was answered";
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (link->state() != TargetState::Ready && std::chrono::steady_clock::now() < deadline) {
+    port->WaitForInput(std::chrono::milliseconds(20));
+    port->Poll();
+  }
+  EXPECT_EQ(link->state(), TargetState::Ready);
+  EXPECT_EQ(Lines(), (TextLines{"Hi", "*Call: Successful returned to monitor"}));
+  EXPECT_FALSE(board->programRunning());
+  EXPECT_EQ(link->monitor().Cmd_Einit(), 0) << "the monitor serves again";
 }
 
 // The break exchange: two pops, each reading SP and the word at SP and writing SP + 2 back.
