@@ -1,6 +1,10 @@
 #include "app/qt_serial_port.h"
 
 #include <poll.h>
+#ifdef __linux__
+#include <linux/serial.h>
+#include <sys/ioctl.h>
+#endif
 
 #include <QByteArray>
 #include <QSerialPort>
@@ -33,6 +37,19 @@ int msecs(std::chrono::milliseconds timeout) {
   return static_cast<int>(count);
 }
 
+// A USB serial adapter holds received bytes for several milliseconds before it hands them
+// on; every acknowledge of the protocol would wait for that. A device without the setting
+// (a pseudo-terminal) refuses it and works as before.
+void askForLowLatency([[maybe_unused]] qintptr handle) {
+#ifdef __linux__
+  serial_struct serial{};
+  const int descriptor = static_cast<int>(handle);
+  if (descriptor < 0 || ::ioctl(descriptor, TIOCGSERIAL, &serial) != 0) return;
+  serial.flags |= ASYNC_LOW_LATENCY;
+  ::ioctl(descriptor, TIOCSSERIAL, &serial);
+#endif
+}
+
 }  // namespace
 
 QtSerialPort::QtSerialPort() : port_(std::make_unique<QSerialPort>()) {}
@@ -58,6 +75,7 @@ bool QtSerialPort::Open(const std::string& device, const LineSettings& settings)
     return false;
   }
   applySettings(settings);
+  askForLowLatency(port_->handle());
   return true;
 }
 
