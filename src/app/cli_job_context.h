@@ -1,4 +1,4 @@
-// What every job works with, and the step that times and records one part of a job.
+// What every job works with, and the step that times and records one stage of a job.
 #pragma once
 
 #include <functional>

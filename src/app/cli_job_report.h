@@ -41,6 +41,7 @@ struct JobReport {
   // Sets the result unless an earlier failure already did: the first cause is the one
   // that explains the rest.
   void Fail(ExitClass exitClass, std::string text);
+  // Every step's bytes added up: a byte programmed and then compared counts twice.
   int64_t TotalBytes() const;
   std::chrono::milliseconds TotalDuration() const;
 };

@@ -89,7 +89,7 @@ TEST(CliExitClass, BootstrapAnswersTellSilenceFromAWrongAnswer) {
 
 struct ParseCase {
   Args arguments;
-  std::string error;  // a part of the usage error; empty when the line is good
+  std::string error;  // text the usage error holds; empty when the line is good
   JobKind kind = JobKind::None;
   size_t items = 0;  // -c lines and scripts
 };

@@ -274,7 +274,7 @@ TEST_F(CliJob, OutputFollowsQuietJsonAndPlainModes) {
 struct ClassRow {
   Args arguments;  // after the base options
   int exitCode;
-  std::string err;  // a part of standard error
+  std::string err;  // text standard error holds
 };
 
 TEST_F(CliJob, EachFailureEndsWithItsClass) {
