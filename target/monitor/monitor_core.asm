@@ -33,13 +33,16 @@
 ;   R14 = return offset of xfer and the header, the handler's offset after dispatch
 ;   R15 = header byte count; direction of xfer (0 line to memory, 1 memory to line)
 ; Stack: none while commands are served (the host moves SP with word writes meanwhile).
-; The entries push and pop two words below the user's SP; Go and Call push the far frames
-; they return or jump through (Go: three words, taken again by its RETI), so SP is the
-; user's whenever a user instruction runs.
+; The entries push and pop two words below the user's SP; Go pushes three and its RETI
+; takes them back, so a started program finds SP as the user left it; Call leaves the
+; routine's far return frame (two words) below it while the routine runs. The user's SP
+; must leave that room above STKOV, or the processor takes its stack overflow trap.
+; After every write of CP the next instruction uses no register of either bank.
 ; Target memory is read and written through EXTS with the segment of the address, so the
 ; DPPs are never changed; MDH, MDL and MDC are never touched.
-; Timing at 20 MHz: a block byte takes about 45 instructions (about 7 us) besides its
-; frame; at 115200 baud a frame lasts 87 us, so the receive buffer never overruns.
+; Timing at 20 MHz: a block byte takes about 27 instructions written (4 us) and about 40
+; read (6 us), besides its frame; at 115200 baud a frame lasts 87 us, so the receive buffer
+; never overruns. A command's dispatch looks through at most ten table entries (4 us).
 
 MONBANK         EQU   0FA00h
 
@@ -61,7 +64,10 @@ A_SWITCHED      EQU   55h
 A_SWITCH_FLAG   EQU   0D5h
 
 ; The second serial channel where a type has one (S1 of the first-generation members); the
-; names are the monitor's own, so the source assembles for types without it.
+; names are the monitor's own, so the source assembles for types without it. On such a
+; type (TOLVANE, for one) these addresses belong to other peripherals or to nothing: a
+; channel switch there leaves the monitor waiting for a zero byte that never comes. Its
+; port pins are left as they are; a board that uses the channel sets them up itself.
 CH1TBUF         EQU   0FEB8h
 CH1RBUF         EQU   0FEBAh
 CH1BG           EQU   0FEBCh
@@ -156,6 +162,8 @@ swreset:
         JMPR  cc_UC,putbyte
 reset:  SRST
 
+; Word write: one word access, as flash command cycles need; the address must be even
+; (the processor traps a word access at an odd one).
 wword:  MOV   R13,R11
         ADD   R13,#wword2-here
         JMPR  cc_UC,redirect
