@@ -25,6 +25,22 @@ std::string driverStem(const std::string& path) {
   return stem;
 }
 
+// Passes everything on to the flash, but bit 15 of one word always reads 0.
+class WeakWord : public BusDevice {
+ public:
+  WeakWord(BusDevice& flash, int32_t at) : flash_(flash), at_(at) {}
+  uint16_t ReadWord(int32_t address) override { return weaken(address, flash_.ReadWord(address)); }
+  uint16_t PeekWord(int32_t address) override { return weaken(address, flash_.PeekWord(address)); }
+  void WriteWord(int32_t address, uint16_t value) override { flash_.WriteWord(address, value); }
+
+ private:
+  uint16_t weaken(int32_t address, uint16_t value) const {
+    return (address & ~1) == at_ ? static_cast<uint16_t>(value & 0x7FFF) : value;
+  }
+  BusDevice& flash_;
+  int32_t at_;
+};
+
 }  // namespace
 
 DriverRig::DriverRig(std::string_view typeName, std::string_view source, RigOptions options)
@@ -47,9 +63,14 @@ DriverRig::DriverRig(std::string_view typeName, std::string_view source, RigOpti
     auto device = MakeFlashDevice(unit, memory_, clock);
     if (!device) continue;
     BlankFlashUnit(unit, memory_);
-    if (&unit == unit_) device_ = device.get();
-    flash.emplace_back(&unit, device.get());
+    BusDevice* mapped = device.get();
+    if (&unit == unit_) device_ = mapped;
     devices_.push_back(std::move(device));
+    if (&unit == unit_ && options.weakWord >= 0) {
+      devices_.push_back(std::make_unique<WeakWord>(*mapped, options.weakWord));
+      mapped = devices_.back().get();
+    }
+    flash.emplace_back(&unit, mapped);
   }
   EXPECT_EQ(MapMemoryUnits(type_.units, bus_.map(),
                            [&](const MemoryUnit& unit) -> BusDevice* {

@@ -36,6 +36,9 @@ struct RigOptions {
   bool frozenFlash = false;
   // MORVIK: sector 0 seen at its map address, with SYSCON.12 set as the program would.
   bool sector0Mapped = false;
+  // A word of the flash whose bit 15 always reads 0 (a worn cell): the device takes every
+  // command and reports success, and only a read back can tell. -1: none.
+  int32_t weakWord = -1;
 };
 
 class DriverRig {
@@ -74,8 +77,8 @@ class DriverRig {
   VirtualClock frozen_;
   BoardBus bus_{memory_};
   std::unique_ptr<Cpu> cpu_;
-  std::vector<std::unique_ptr<BusDevice>> devices_;
-  BusDevice* device_ = nullptr;  // the flash the driver is for
+  std::vector<std::unique_ptr<BusDevice>> devices_;  // the last one may wrap another
+  BusDevice* device_ = nullptr;                      // the flash the driver is for
   assembler::Assembly assembly_;
   int32_t entry_ = -1;
   bool ready_ = false;

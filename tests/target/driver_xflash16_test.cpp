@@ -95,6 +95,18 @@ TEST(XflashDriver, ProgrammingOverDataIsAVerifyErrorAndTheChipRecovers) {
   }
 }
 
+TEST(XflashDriver, ReadsBackWhatTheChipSaysIsDone) {
+  // Bit 15 of the word at 0A0010 is worn: the chip programs and erases without complaint.
+  DriverRig rig("TOLVANE", kSource, {.weakWord = 0x0A0010});
+  ASSERT_TRUE(rig.ready());
+  EXPECT_EQ(rig.program(0x0A0000, std::vector<uint8_t>(0x100, 0x7F)).out[7], kOk)
+      << "the worn bit is asked to be 0";
+  EXPECT_EQ(rig.program(0x0A0100, std::vector<uint8_t>(0x100, 0x7F)).out[7], kOk);
+  EXPECT_EQ(rig.erase(2).out[7], kVerify) << "the blank check sees the worn bit";
+  EXPECT_EQ(rig.program(0x0A0000, std::vector<uint8_t>(0x100, 0xFF)).out[7], kVerify);
+  EXPECT_EQ(rig.erase(3).out[7], kOk) << "the other sectors are fine";
+}
+
 TEST(XflashDriver, RefusesWhatIsNotOneSectorOfTheChip) {
   struct Case {
     const char* type;
