@@ -36,7 +36,8 @@
 ;              E_UNKNOWN, as does any other function number.
 ;
 ; Registers: R8..R15 as the interface gives them; R4..R7 are saved on the caller's stack.
-; Stack: four words besides the far return, one more for a near call: six at most.
+; Stack: the four saved words and up to two near returns (inside, locate): six words
+; besides the far return.
 ; Interrupts: the monitor calls with them off; nothing here turns them on.
 ; Time at 20 MHz: a poll of the busy controller takes 20 cycles (1 us); filling a page takes
 ; 15 instructions a word, the read back 8. Measured on the board's controller: a 128-byte
@@ -117,7 +118,7 @@ program:
 ppage:  MOV   R12,R13
         AND   R12,#0FFFCh         ; FSR reads need address bit 1 clear
         MOV   R4,#C_PROGRAM
-        CALL  issue
+        CALL  keyed
         MOV   R6,#PAGE_BYTES/2
 pfill:  MOV   R8,#0FFFFh          ; outside the burst: changes nothing
         CMP   R7,#0
@@ -160,7 +161,7 @@ erase:  MOV   R5,R14
         MOV   R12,R13
         CALL  clear
         MOV   R4,#C_ERASE
-        CALL  issue
+        CALL  keyed
         MOV   R6,#ERASE_POLLS & 0FFFFh
         MOV   R7,#ERASE_POLLS >> 16
         CALL  wait
@@ -201,7 +202,7 @@ lock:   MOV   R5,R14
 simple: MOV   R12,R13
         CALL  clear
         MOV   R4,R8
-        CALL  issue
+        CALL  keyed
         MOV   R6,#PROGRAM_POLLS
         MOV   R7,#0
         CALL  wait
@@ -231,7 +232,7 @@ password:
         MOV   R12,R13
         CALL  clear
         MOV   R4,R8
-        CALL  issue
+        CALL  keyed
         MOV   R6,#3
 pword:  EXTS  R11,#1
         MOV   R8,[R10+]
@@ -257,10 +258,10 @@ finish: POP   R7
         RETS
 
 ; ---- the controller ----------------------------------------------------------------------
-; clear: the clear status command at R14:R13. issue: the two keys and the command R4 there.
+; clear: the clear status command at R14:R13. keyed: the two keys and the command R4 there.
 ; Uses R4 (clear), R5.
 clear:  MOV   R4,#C_CLEAR
-issue:  MOV   R5,#K_KEY1
+keyed:  MOV   R5,#K_KEY1
         EXTS  R14,#1
         MOV   [R13],R5
         MOV   R5,#K_KEY2

@@ -29,7 +29,8 @@
 ;              maker code (bits 0-7) and device code (bits 8-15); 2 the driver's version.
 ;
 ; Registers: R8..R15 as the interface gives them; R4..R7 are saved on the caller's stack.
-; Stack: four words besides the far return, one more for a near call: six at most.
+; Stack: the four saved words and up to three near returns (findchip, ident, command):
+; seven words besides the far return.
 ; Interrupts: the monitor calls with them off; nothing here turns them on.
 ; Time at 20 MHz: a poll of the busy chip takes 30 cycles (1.5 us). Measured on the board's
 ; chip: a 256-byte burst 1.9 ms (128 words of 10 us and about 100 cycles of its own each), a 64 KB
