@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "sim/cpu/core_registers.h"
 #include "sim/devices/board_layout.h"
 #include "sim/devices/flash_devices.h"
 
@@ -33,6 +34,7 @@ TargetMachine::TargetMachine(TargetMachineSetup setup, MemoryImage& memory, Seri
       identification_(IdentificationValuesFor(*setup_.registers, setup_.ids)) {
   layOut();
   channel_.OnRequest([this] { cpu_.NoteInterruptRequest(); });
+  if (auto second = SerialRegistersFrom(*setup_.registers, "S1")) AttachSecondChannel(*second);
   channel_.OnTransmit([this](uint8_t byte, uint64_t cycle) {
     sent_.push_back({byte, cycle});
     // On one wire the receiver hears the frame as it leaves; the ROM listens only for
@@ -45,6 +47,16 @@ TargetMachine::TargetMachine(TargetMachineSetup setup, MemoryImage& memory, Seri
   if (serial.bufferEmptyIc >= 0) sources.push_back({serial.bufferEmptyIc, serial_traps::kBufferEmpty});
   cpu_.SetInterruptSources(std::move(sources));
   ResetToBootstrap();
+}
+
+SerialChannel* TargetMachine::AttachSecondChannel(SerialRegisters registers) {
+  second_ = std::make_unique<SerialChannel>(clock_, registers);
+  if (!second_->Attach(bus_.map())) {
+    second_.reset();
+    return nullptr;
+  }
+  second_->OnTransmit([this](uint8_t byte, uint64_t cycle) { sent_.push_back({byte, cycle}); });
+  return second_.get();
 }
 
 void TargetMachine::layOut() {
@@ -73,6 +85,7 @@ void TargetMachine::ResetToBootstrap() {
   cpu_.Reset();
   heldCycles_ = clock_.cycles - cpu_.cycles();
   channel_.Write(channel_.registers().control, 0);
+  if (second_) second_->Write(second_->registers().control, 0);
   hostLine_.clear();
   rom_ = std::make_unique<BootstrapRom>(bus_, channel_, clock_, static_cast<uint8_t>(setup_.ids.front()));
   running_ = false;
@@ -81,11 +94,15 @@ void TargetMachine::ResetToBootstrap() {
 
 void TargetMachine::Jump(int32_t address) {
   running_ = true;
+  spinning_ = false;
   cpu_.Jump(address);
 }
 
 void TargetMachine::ReceiveNow(uint8_t byte) {
-  if (running_) channel_.Receive(byte);
+  if (!running_) return;
+  spinning_ = false;
+  channel_.Receive(byte);
+  if (second_) second_->Receive(byte);
 }
 
 void TargetMachine::HostSends(std::span<const uint8_t> bytes, uint32_t baud) {
@@ -103,6 +120,7 @@ void TargetMachine::deliverDue() {
     hostLine_.pop_front();
     if (started()) {
       channel_.Receive(byte.value);
+      if (second_) second_->Receive(byte.value);
     } else {
       rom_->Receive(byte.value, byte.baud);
     }
@@ -111,17 +129,31 @@ void TargetMachine::deliverDue() {
 
 uint64_t TargetMachine::nextEvent() const {
   const uint64_t line = hostLine_.empty() ? kNever : hostLine_.front().arrival;
-  return std::min(line, channel_.NextEventAt());
+  return std::min({line, channel_.NextEventAt(), second_ ? second_->NextEventAt() : kNever});
+}
+
+void TargetMachine::updateChannels() {
+  if (channel_.NextEventAt() <= clock_.cycles) channel_.Update();
+  if (second_ && second_->NextEventAt() <= clock_.cycles) second_->Update();
 }
 
 void TargetMachine::advance(uint64_t until) {
   if (started()) {
+    if (spinning_ && nextEvent() > clock_.cycles) {
+      // Nothing can change before the next event: time jumps there.
+      const uint64_t to = std::min(until, nextEvent());
+      if (to > clock_.cycles) {
+        heldCycles_ += to - clock_.cycles;
+        clock_.cycles = to;
+        return;
+      }
+    }
     Step();
     return;
   }
   if (nextEvent() <= clock_.cycles) {
     deliverDue();
-    if (channel_.NextEventAt() <= clock_.cycles) channel_.Update();
+    updateChannels();
     if (started()) return;
   }
   // Held in the ROM: nothing happens until the next frame ends.
@@ -133,21 +165,56 @@ void TargetMachine::advance(uint64_t until) {
 StepResult TargetMachine::Step() {
   if (nextEvent() <= clock_.cycles) {
     deliverDue();
-    if (channel_.NextEventAt() <= clock_.cycles) channel_.Update();
+    updateChannels();
+  }
+  const int32_t before = cpu_.Ip();
+  if (!codeHooks_.empty()) {
+    if (auto hook = codeHooks_.find(before); hook != codeHooks_.end()) return runHook(hook->second);
   }
   if (trace_) trace_->Before(cpu_, memory_);
   const StepResult result = cpu_.Step();
   if (trace_) trace_->After(cpu_, result);
   clock_.cycles = cpu_.cycles() + heldCycles_;
+  spinning_ = cpu_.idle() || (result.kind == StepKind::kExecuted && cpu_.Ip() == before);
   return result;
 }
 
+StepResult TargetMachine::runHook(const CodeHook& hook) {
+  const uint64_t cycles = hook(cpu_);
+  heldCycles_ += cycles;
+  clock_.cycles = cpu_.cycles() + heldCycles_;
+  // RETS: the caller's IP, then its CSP, off the system stack.
+  const auto sp = cpu_.PeekWord(core::kSp);
+  const uint16_t ip = cpu_.PeekWord(sp);
+  const uint16_t csp = cpu_.PeekWord(static_cast<uint16_t>(sp + 2));
+  cpu_.PokeWord(core::kSp, static_cast<uint16_t>(sp + 4));
+  cpu_.Jump((static_cast<int32_t>(csp & 0xFF) << 16) | ip);
+  spinning_ = false;
+  return {StepKind::kExecuted, static_cast<int>(std::min<uint64_t>(cycles, INT32_MAX))};
+}
+
+bool TargetMachine::waiting() const {
+  if (nextEvent() != kNever) return false;
+  return !started() || spinning_ || cpu_.idle();
+}
+
+bool TargetMachine::RunUntilWaiting(uint64_t maxSteps) {
+  spinning_ = false;
+  for (uint64_t steps = 0; steps < maxSteps; ++steps) {
+    if (waiting()) return true;
+    advance(kNever);
+  }
+  return waiting();
+}
+
 void TargetMachine::Run(uint64_t cycles) {
+  spinning_ = false;  // whoever called may have changed what the processor polls
   const uint64_t until = clock_.cycles + cycles;
   while (clock_.cycles < until) advance(until);
 }
 
 bool TargetMachine::RunUntilSent(size_t count, uint64_t maxCycles) {
+  spinning_ = false;
   const uint64_t until = clock_.cycles + maxCycles;
   while (sent_.size() < count) {
     if (clock_.cycles >= until) return false;

@@ -1,7 +1,8 @@
 // A Korda controller on a board, as target code sees it: the processor on a bus laid out by
 // the type's memory and register definitions, the flash chips as devices, the first serial
 // channel with its interrupt requests, the identification registers and the bootstrap ROM,
-// all on one virtual clock. The host's bytes arrive as frames on the receive pin at the
+// all on one virtual clock. A second serial channel, where the type has one, hangs on the
+// same line. The host's bytes arrive as frames on the receive pin at the
 // host's baud rate; what the channel transmits is collected with the cycle it left the pin.
 //
 // Nothing here is a stand-in for target code: after the zero byte the ROM takes 32 bytes to
@@ -10,6 +11,8 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -84,11 +87,31 @@ class TargetMachine {
   StepResult Step();
   // A byte from the host that has arrived just now.
   void ReceiveNow(uint8_t byte);
+  // Runs until the target waits for the host (see waiting()) or maxSteps steps have run;
+  // true when it waits. It takes at least one step: the caller may have changed what the
+  // processor polls.
+  bool RunUntilWaiting(uint64_t maxSteps);
+  // The target can do nothing until the host sends: the processor spins on one instruction
+  // (a flag poll) or idles, no host byte is on its way and the channel has nothing on the
+  // pin. Held in the bootstrap ROM, it waits whenever no host byte is on its way.
+  bool waiting() const;
+
+  // Code the test bench stands in for: when the processor reaches address, hook runs
+  // instead (it may read and set the registers), the time it returns passes, and a far
+  // return (RETS) takes the processor back to its caller.
+  using CodeHook = std::function<uint64_t(Cpu&)>;
+  void SetCodeHook(int32_t address, CodeHook hook) { codeHooks_[address] = std::move(hook); }
+  size_t codeHookCount() const { return codeHooks_.size(); }
 
   Cpu& cpu() { return cpu_; }
   BoardBus& bus() { return bus_; }
   MemoryImage& memory() { return memory_; }
   SerialChannel& serial() { return channel_; }
+  // The second channel where the type has one (S1CON...), else null.
+  SerialChannel* secondSerial() { return second_.get(); }
+  // A board that adds a second channel at these registers; null when one is outside the
+  // register areas.
+  SerialChannel* AttachSecondChannel(SerialRegisters registers);
   const VirtualClock& clock() const { return clock_; }
   uint64_t now() const { return clock_.cycles; }
   // Every instruction the processor runs is written to out (nullptr: none).
@@ -108,6 +131,10 @@ class TargetMachine {
   // Steps the processor once, or lets time pass to the next event while it cannot run.
   void advance(uint64_t until);
   uint64_t nextEvent() const;
+  // Sends what is due on either channel.
+  void updateChannels();
+  // A code hook stands in for the routine at the processor's address.
+  StepResult runHook(const CodeHook& hook);
 
   TargetMachineSetup setup_;
   MemoryImage& memory_;
@@ -115,6 +142,11 @@ class TargetMachine {
   BoardBus bus_;
   Cpu cpu_;
   SerialChannel channel_;
+  // The board wires the host's line to the second channel too, as if the user had moved
+  // the cable when the monitor switched over: a receiver that is off drops the frames, so
+  // each channel hears the host only while its code listens. Polled only: its interrupt
+  // requests are not wired.
+  std::unique_ptr<SerialChannel> second_;
   std::unique_ptr<BootstrapRom> rom_;
   IdentificationRegisters identification_;
   std::vector<std::unique_ptr<BusDevice>> flash_;
@@ -124,6 +156,10 @@ class TargetMachine {
   // processor's count plus these.
   uint64_t heldCycles_ = 0;
   bool running_ = false;
+  // The last step left the processor where it was (a poll of a flag on itself) or idle:
+  // until the next event on the line nothing changes, and time may jump there.
+  bool spinning_ = false;
+  std::map<int32_t, CodeHook> codeHooks_;
   std::vector<SentByte> sent_;
   std::unique_ptr<InstructionTrace> trace_;
 };

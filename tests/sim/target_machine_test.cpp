@@ -45,6 +45,18 @@ wait:   JNB   S0RIR,wait
         JMPR  cc_UC,wait
 )";
 
+// Hands every byte to a routine at E00200 (R8 in and out) and sends what comes back.
+constexpr const char* kCallEveryByte = R"(
+        ORG   0FA40h
+wait:   JNB   S0RIR,wait
+        BCLR  S0RIR
+        MOV   R8,S0RBUF
+        CALLS 0E0h,0200h
+        BCLR  S0TIR
+        MOV   S0TBUF,R8
+        JMPR  cc_UC,wait
+)";
+
 std::vector<uint8_t> assembleLoader(const std::string& source) {
   const auto reader = [&source](const std::string&) -> std::optional<std::string> { return source; };
   const auto assembly = assembler::Assemble("loader.asm", test::Shipped().opcodes,
@@ -59,9 +71,9 @@ std::vector<uint8_t> assembleLoader(const std::string& source) {
 
 class TargetMachineTest : public ::testing::Test {
  protected:
-  void make(bool kline = false) {
+  void make(bool kline = false, const char* typeName = "TOLVANE") {
     MessageLog log;
-    auto type = LoadTypeDefinitions(test::ShippedDataFolder(), "TOLVANE", log);
+    auto type = LoadTypeDefinitions(test::ShippedDataFolder(), typeName, log);
     ASSERT_TRUE(type.has_value());
     TargetMachineSetup setup;
     setup.units = type->units;
@@ -169,6 +181,58 @@ TEST_F(TargetMachineTest, TheTraceShowsWhatTheLoaderRuns) {
   machine->Run(200);
   EXPECT_NE(trace.str().find("00FA40"), std::string::npos);
   EXPECT_NE(trace.str().find("JNB"), std::string::npos);
+}
+
+// A poll of a flag on itself lets time jump to the next frame: a few hundred steps cover
+// what would be tens of thousands of cycles of polling, and the answer is not late for it.
+TEST_F(TargetMachineTest, APollingTargetWaitsAndTimeJumpsToTheLine) {
+  make();
+  boot(assembleLoader(kAnswerPlusOne), 9600);
+  EXPECT_TRUE(machine->RunUntilWaiting(100));
+  EXPECT_TRUE(machine->waiting());
+  const uint8_t question = 'A';
+  machine->HostSends({&question, 1}, 9600);
+  EXPECT_FALSE(machine->waiting()) << "a byte is on its way";
+  const uint64_t arrives = machine->HostLineFreeAt();
+  const uint64_t frame = machine->serial().FrameCycles();
+  ASSERT_TRUE(machine->RunUntilWaiting(200));
+  const auto answer = machine->TakeSent();
+  ASSERT_EQ(answer.size(), 1u);
+  EXPECT_EQ(answer[0].value, 'B');
+  EXPECT_GE(answer[0].cycle, arrives + frame);
+  EXPECT_LE(answer[0].cycle, arrives + frame + 200) << "a few instructions after the byte";
+}
+
+// A routine the bench stands in for takes its time and returns to its caller's next
+// instruction with the registers it set.
+TEST_F(TargetMachineTest, ACodeHookStandsInForARoutineAndReturns) {
+  make();
+  constexpr uint64_t kRoutineCycles = 20'000;  // 1 ms
+  int calls = 0;
+  machine->SetCodeHook(0xE00200, [&calls](Cpu& cpu) {
+    ++calls;
+    cpu.SetGpr(8, static_cast<uint16_t>(cpu.Gpr(8) * 2));
+    return kRoutineCycles;
+  });
+  boot(assembleLoader(kCallEveryByte), 57600);
+  const uint8_t question = 0x21;
+  machine->HostSends({&question, 1}, 57600);
+  const uint64_t arrives = machine->HostLineFreeAt();
+  ASSERT_TRUE(machine->RunUntilWaiting(1000));
+  const auto answer = machine->TakeSent();
+  ASSERT_EQ(answer.size(), 1u);
+  EXPECT_EQ(answer[0].value, 0x42);
+  EXPECT_GE(answer[0].cycle, arrives + kRoutineCycles);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(machine->cpu().PeekWord(0xFE12), 0xFC00) << "the far return took both words";
+}
+
+TEST_F(TargetMachineTest, ASecondChannelWhereTheTypeHasOne) {
+  make(false, "KESSEL");
+  ASSERT_NE(machine->secondSerial(), nullptr);
+  EXPECT_EQ(machine->secondSerial()->registers().control, 0xFFB8);
+  make(false, "TOLVANE");
+  EXPECT_EQ(machine->secondSerial(), nullptr);
 }
 
 }  // namespace

@@ -28,15 +28,18 @@ class ChannelSwitch : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_EQ(host.Boot(kTwoWire).back(), kApplicationStarted);
-    ASSERT_TRUE(second.Attach(host.machine().bus().map()));
-    second.OnTransmit([this](uint8_t byte, uint64_t) { heard.push_back(byte); });
+    SerialChannel* attached = host.machine().AttachSecondChannel(
+        SecondChannel(host.machine().serial().registers().hasRateSelect));
+    ASSERT_NE(attached, nullptr);
+    second = attached;
+    second->OnTransmit([this](uint8_t byte, uint64_t) { heard.push_back(byte); });
   }
   // Bytes from the host on the second channel; what came back within `seconds`.
   Bytes onSecond(const Bytes& bytes, size_t count, double seconds = 0.2) {
     heard.clear();
     for (uint8_t byte : bytes) {
-      second.Receive(byte);
-      host.machine().Run(second.FrameCycles());
+      second->Receive(byte);
+      host.machine().Run(second->FrameCycles());
     }
     const double limit = host.Seconds() + seconds;
     while (heard.size() < count && host.Seconds() < limit) host.machine().Run(1000);
@@ -44,8 +47,7 @@ class ChannelSwitch : public ::testing::Test {
   }
 
   TargetHost host{false};
-  SerialChannel second{host.machine().clock(),
-                       SecondChannel(host.machine().serial().registers().hasRateSelect)};
+  SerialChannel* second = nullptr;
   Bytes heard;
 };
 
@@ -54,7 +56,7 @@ TEST_F(ChannelSwitch, TheMonitorAnswersAndServesOnItsSecondChannel) {
   EXPECT_EQ(Plain(host, kSwitchChannel, 2), acks);
   EXPECT_TRUE(onSecond({0x7F}, 1).empty()) << "it waits for the zero byte";
   EXPECT_EQ(onSecond({0x00}, 2), (Bytes{0x55, 0xD5}));
-  EXPECT_DOUBLE_EQ(second.BaudRate(), host.machine().serial().BaudRate());
+  EXPECT_DOUBLE_EQ(second->BaudRate(), host.machine().serial().BaudRate());
   EXPECT_EQ(onSecond({kTestComm}, 2), acks);
   EXPECT_TRUE(host.Exchange({kTestComm}, 1, 0.05).empty()) << "the first channel is left";
 

@@ -77,7 +77,11 @@ void MapRegisterAreas(const RegisterTable& registers, MemoryMap& map) {
     const int32_t address = registers.At(i).address;
     if (address >= kEsfrStart && address < kEsfrStart + kEsfrLength) {
       map.MapRegisters(kEsfrStart, kEsfrLength);
-      return;
+    } else if (map.KindAt(address) == PageKind::Unmapped) {
+      // A register of an on-chip bus peripheral (XSFR) that nothing models: its page holds
+      // what is written, as the peripheral's registers would.
+      const int32_t page = address & ~(MemoryMap::kPageSize - 1);
+      map.Map(page, MemoryMap::kPageSize, PageKind::Ram);
     }
   }
 }

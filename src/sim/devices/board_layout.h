@@ -43,6 +43,8 @@ inline constexpr int32_t kEsfrLength = 0x200;
 // they do not start and end on a 256-byte boundary.
 int MapMemoryUnits(const std::vector<MemoryUnit>& units, MemoryMap& map,
                    const FlashDeviceFor& flashFor);
+// The SFR area, the ESFR area where the type has registers there, and the pages of any
+// other register of the definitions (held as plain cells).
 void MapRegisterAreas(const RegisterTable& registers, MemoryMap& map);
 
 }  // namespace velmora

@@ -34,6 +34,7 @@ class OnChipFlash : public BusDevice {
 
   uint16_t Status();
   uint16_t LockBits() const { return locks_; }
+  bool Protected() const { return protected_; }
   bool Busy();
   void SetSupplyLow(bool low) { supplyLow_ = low; }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 #include "formats/register_table.h"
 
@@ -22,8 +23,10 @@ struct SerialRegisters {
   bool hasRateSelect = false;  // S0CON.S0BRS: the extra divide by three halves
 };
 
-// nullopt when the type lacks one of the registers every member has.
-std::optional<SerialRegisters> SerialRegistersFrom(const RegisterTable& registers);
+// The registers of channel "S0" (or "S1", ...): nullopt when the type lacks one of those
+// every channel has.
+std::optional<SerialRegisters> SerialRegistersFrom(const RegisterTable& registers,
+                                                   std::string_view channel = "S0");
 
 namespace s0con {
 inline constexpr uint16_t kModeMask = 0x0007;
